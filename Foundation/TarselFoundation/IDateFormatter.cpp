@@ -1,0 +1,8 @@
+#include <TarselFoundation/IDateFormatter.h>
+
+namespace Tarsel::Foundation
+{
+
+IDateFormatter::~IDateFormatter() = default;
+
+}  // namespace Tarsel::Foundation

@@ -1,0 +1,8 @@
+#include <TarselFoundation/IDateServices.h>
+
+namespace Tarsel::Foundation
+{
+
+IDateServices::~IDateServices() = default;
+
+}  // namespace Tarsel::Foundation

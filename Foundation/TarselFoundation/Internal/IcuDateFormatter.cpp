@@ -1,0 +1,118 @@
+#include <TarselFoundation/Internal/IcuDateFormatter.h>
+
+#include <unicode/locid.h>
+#include <unicode/parsepos.h>
+#include <unicode/smpdtfmt.h>
+#include <unicode/timezone.h>
+#include <unicode/unistr.h>
+
+#include <cmath>
+#include <cstdint>
+#include <new>
+
+#include <TarselFoundation/Internal/LocalTimeZone.h>
+
+namespace Tarsel::Foundation
+{
+namespace
+{
+
+constexpr std::int32_t kNanosecondsPerMillisecond = 1'000'000;
+constexpr double kMillisecondsPerSecond = 1000.0;
+
+// ICU reports exhausted memory by codes and "bogus" strings; here it is std::bad_alloc as everywhere else.
+icu::UnicodeString RequireMemory(icu::UnicodeString text)
+{
+    if (text.isBogus() != 0)
+    {
+        throw std::bad_alloc();
+    }
+    return text;
+}
+
+bool Succeeded(UErrorCode status)
+{
+    if (status == U_MEMORY_ALLOCATION_ERROR)
+    {
+        throw std::bad_alloc();
+    }
+    return U_SUCCESS(status) != 0;
+}
+
+// ICU does the calendar and the text, with its clock held at UTC: it is given, and gives back, the time on the local
+// clock as if that were UTC. The way between the two goes through the C library, since ICU's own zones come with a
+// second, often older set of rules, do not know POSIX rules such as "CET-1CEST,M3.5.0,M10.5.0/3", and read "GMT+3" as
+// east of Greenwich where everything else in the system reads it as west.
+class IcuDateFormatter final : public IDateFormatter
+{
+public:
+    IcuDateFormatter(const std::string& pattern, UErrorCode& status)
+        : m_format(RequireMemory(icu::UnicodeString::fromUTF8(pattern)), icu::Locale::getDefault(), status)
+    {
+        m_format.setTimeZone(*icu::TimeZone::getGMT());
+        m_format.setLenient(static_cast<UBool>(false));  // a month 13 and years that ICU would clamp are no dates
+    }
+
+    // IDateFormatter
+    std::optional<Instant> Parse(const std::string& text) override;
+    std::optional<std::string> Format(const Instant& instant) override;
+
+private:
+    icu::SimpleDateFormat m_format;
+};
+
+std::optional<Instant> IcuDateFormatter::Parse(const std::string& text)
+{
+    const icu::UnicodeString source = RequireMemory(icu::UnicodeString::fromUTF8(text));
+    icu::ParsePosition position(0);
+    const UDate localMilliseconds = m_format.parse(source, position);
+    if (position.getErrorIndex() >= 0 || position.getIndex() != source.length())
+    {
+        return std::nullopt;
+    }
+
+    const double localSeconds = std::floor(localMilliseconds / kMillisecondsPerSecond);
+    const auto milliseconds = static_cast<std::int32_t>(localMilliseconds - localSeconds * kMillisecondsPerSecond);
+    const std::optional<std::int64_t> seconds = LocalToUtc(static_cast<std::int64_t>(localSeconds));
+    if (!seconds)
+    {
+        return std::nullopt;
+    }
+    return Instant{*seconds, milliseconds * kNanosecondsPerMillisecond};
+}
+
+std::optional<std::string> IcuDateFormatter::Format(const Instant& instant)
+{
+    const std::optional<std::int64_t> offset = GetLocalOffset(instant.seconds);
+    if (!offset)
+    {
+        return std::nullopt;
+    }
+
+    const double localSeconds = static_cast<double>(instant.seconds) + static_cast<double>(*offset);
+    const std::int32_t milliseconds = instant.nanoseconds / kNanosecondsPerMillisecond;
+    icu::UnicodeString text;
+    UErrorCode status = U_ZERO_ERROR;
+    m_format.format(localSeconds * kMillisecondsPerSecond + milliseconds, text, nullptr, status);
+    if (!Succeeded(status))
+    {
+        return std::nullopt;
+    }
+    std::string utf8;
+    return RequireMemory(text).toUTF8String(utf8);
+}
+
+}  // namespace
+
+std::unique_ptr<IDateFormatter> CreateIcuDateFormatter(const std::string& pattern)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    auto formatter = std::make_unique<IcuDateFormatter>(pattern, status);
+    if (!Succeeded(status))
+    {
+        return nullptr;
+    }
+    return formatter;
+}
+
+}  // namespace Tarsel::Foundation

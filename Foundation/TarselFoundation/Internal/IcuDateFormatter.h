@@ -1,0 +1,14 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <TarselFoundation/IDateFormatter.h>
+
+namespace Tarsel::Foundation
+{
+
+/// A formatter by ICU's rules for its default locale, in the C library's local time. Null when ICU cannot make it.
+std::unique_ptr<IDateFormatter> CreateIcuDateFormatter(const std::string& pattern);
+
+}  // namespace Tarsel::Foundation

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <TarselExport/Export.h>
+#include <TarselFoundation/IDateServices.h>
+
+namespace Tarsel::Foundation
+{
+
+/// The date services of the system that the program runs on. Holds no state.
+///
+/// Files: both times are the birth time that the kernel reports, of the file that opening `path` would reach, so
+/// symbolic links are followed. A file system that keeps no birth time gives nothing; no other time stands in for it.
+///
+/// Locale: ICU's default locale when the formatter is made. It decides the calendar, the first week of a year and the
+/// digits. ICU takes it from the environment (LC_ALL, LC_MESSAGES, LANG) once; a program may set another. Gregorian
+/// dates before 1582-10-15 are Julian ones.
+///
+/// Time zone: the C library's, so that dates agree with what other programs of the system show. The environment
+/// variable TZ, or the system's own zone without it, is looked at anew on each Parse and Format. A local time that
+/// occurs twice denotes the later instant; one that is skipped is read with the offset that held before the skip.
+/// Patterns with zone fields are not supported.
+///
+/// Threads: calls may run at once, each on a formatter of its own. They read the environment, so no thread may change
+/// it meanwhile.
+class TARSEL_EXPORT SystemDateServices : public IDateServices
+{
+public:
+    ~SystemDateServices() override;
+
+    // IDateServices
+    std::optional<Instant> GetCreationDate(const std::string& path) override;
+    std::optional<std::int64_t> GetBirthTime(const std::string& path) override;
+    std::unique_ptr<IDateFormatter> CreateDateFormatter(const std::string& pattern) override;
+};
+
+}  // namespace Tarsel::Foundation

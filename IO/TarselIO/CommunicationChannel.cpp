@@ -1,0 +1,248 @@
+#include <TarselIO/CommunicationChannel.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include <boost/exception/diagnostic_information.hpp>
+#include <boost/thread/thread.hpp>
+
+#include <TarselException/StackDebugInfo.h>
+#include <TarselIO/Internal/CopyBytes.h>
+#include <TarselIO/Internal/Forwarding.h>
+#include <TarselIO/Internal/Logging.h>
+
+namespace Tarsel::Core
+{
+namespace
+{
+
+using Lock = boost::unique_lock<boost::mutex>;
+
+/// Wakes one waiter of a condition at the end of a scope, however that is left.
+class NotifyOnExit
+{
+public:
+    explicit NotifyOnExit(boost::condition_variable& condition) : m_condition(condition) {}
+    ~NotifyOnExit() { m_condition.notify_one(); }
+    NotifyOnExit(const NotifyOnExit&) = delete;
+    NotifyOnExit& operator=(const NotifyOnExit&) = delete;
+
+private:
+    boost::condition_variable& m_condition;
+};
+
+/// One Read of the 8 bytes that precede a message; bytes that do not arrive count as 0.
+ioSize ReadLength(IByteDataInput& input)
+{
+    ioSize length = 0;
+    input.Read(reinterpret_cast<uint8_t*>(&length), sizeof(length));
+    return length;
+}
+
+/// The text of the exception that is being handled, empty when there is no memory left for it.
+std::string DescribeCurrentException() noexcept
+{
+    try
+    {
+        return boost::current_exception_diagnostic_information();
+    }
+    catch (...)
+    {
+        return {};
+    }
+}
+
+}  // namespace
+
+SP<IDataChannel> CommunicationChannel::Create(SP<IByteDataInput> input, SP<IByteDataOutput> output, bool threaded)
+{
+    return SP<IDataChannel>(new CommunicationChannel(std::move(input), std::move(output), threaded));
+}
+
+CommunicationChannel::CommunicationChannel(SP<IByteDataInput> input, SP<IByteDataOutput> output, bool threaded)
+    : m_threaded(threaded),
+      m_readPosition(0),
+      m_input(std::move(input)),
+      m_output(std::move(output)),
+      m_handler(nullptr),
+      m_dataAvailable(false)
+{
+    if (m_threaded)
+    {
+        m_thread = std::make_shared<boost::thread>(&CommunicationChannel::Thread, this);
+    }
+}
+
+CommunicationChannel::~CommunicationChannel()
+{
+    if (m_thread == nullptr)
+    {
+        return;
+    }
+    if (m_thread->get_id() == boost::this_thread::get_id())
+    {
+        LOG(FATAL)
+            << "A communication channel is destroyed on its own background thread, which cannot wait for itself. "
+               "The handler must not drop the last reference to its channel.";
+    }
+    // Neither Cancel nor the wait for the thread may be cut short by an interruption meant for the calling thread.
+    const boost::this_thread::disable_interruption uninterrupted;
+    m_thread->interrupt();
+    m_input->Cancel();
+    m_readerCondition.notify_one();
+    m_threadCondition.notify_one();
+    m_thread->join();
+    m_thread.reset();
+}
+
+TARSEL_IMPLEMENT_REFCOUNT(CommunicationChannel, m_refCount);
+
+ioSize CommunicationChannel::Read(uint8_t* data, ioSize size)
+{
+    if (!m_threaded)
+    {
+        return m_input->Read(data, size);
+    }
+
+    Lock lock(m_mutex);
+    WaitForMessage(lock);
+    if (!m_dataAvailable)
+    {
+        return 0;
+    }
+    const ioSize count = std::min<ioSize>(size, m_message.size() - m_readPosition);
+    CopyBytes(data, m_message.data() + m_readPosition, count);
+    m_readPosition += count;
+    if (m_readPosition == m_message.size())
+    {
+        m_dataAvailable = false;
+        m_threadCondition.notify_one();
+        m_readPosition = 0;
+    }
+    else
+    {
+        // A stored message wakes one reader only; whoever leaves some of it passes that on.
+        m_readerCondition.notify_one();
+    }
+    return count;
+}
+
+void CommunicationChannel::WaitForMessage(boost::unique_lock<boost::mutex>& lock)
+{
+    try
+    {
+        while (!ShouldAwakeReaderPredicate())
+        {
+            m_readerCondition.wait(lock);
+        }
+    }
+    catch (...)
+    {
+        // The reader leaves by an interruption of its own thread and may have used up the wake-up of a message.
+        if (m_dataAvailable)
+        {
+            m_readerCondition.notify_one();
+        }
+        throw;
+    }
+}
+
+void CommunicationChannel::Cancel()
+{
+    m_input->Cancel();
+}
+
+void CommunicationChannel::SetDataAvailableHandler(IDataAvailableHandler* handler)
+{
+    const Lock lock(m_mutex);
+    m_handler = handler;
+}
+
+bool CommunicationChannel::IsDataAvaliable() const
+{
+    const Lock lock(m_mutex);
+    return m_dataAvailable;
+}
+
+ioSize CommunicationChannel::ReadHeader()
+{
+    return ReadLength(*m_input);
+}
+
+ioSize CommunicationChannel::Write(const uint8_t* data, ioSize size)
+{
+    m_output->Write(reinterpret_cast<const uint8_t*>(&size), sizeof(size));
+    return m_output->Write(data, size);
+}
+
+void CommunicationChannel::Thread()
+{
+    const StackDebugInfo::Descr marker(__FILE__, "Thread");
+    try
+    {
+        ReceiveMessages();
+    }
+    catch (const boost::thread_interrupted&)
+    {
+        // This is how the destructor ends the loop.
+    }
+    catch (...)
+    {
+        const std::string reason = DescribeCurrentException();
+        TARSEL_LOG(ERROR) << "A communication channel stops reading because of an exception. " << reason;
+    }
+}
+
+void CommunicationChannel::ReceiveMessages()
+{
+    std::vector<uint8_t> staging;
+    for (;;)
+    {
+        boost::this_thread::interruption_point();
+        const ioSize length = ReadLength(*m_input);
+        if (length == 0)
+        {
+            return;
+        }
+        staging.resize(length);
+        m_input->Read(staging.data(), length);
+        boost::this_thread::interruption_point();
+        StoreMessage(staging);
+        boost::this_thread::interruption_point();
+        WaitUntilTaken();
+    }
+}
+
+void CommunicationChannel::StoreMessage(const std::vector<uint8_t>& message)
+{
+    const Lock lock(m_mutex);
+    m_message = message;
+    m_dataAvailable = true;
+    const NotifyOnExit wakeReader(m_readerCondition);
+    if (m_handler != nullptr)
+    {
+        m_handler->OnDataAvailable(message.size());
+    }
+}
+
+void CommunicationChannel::WaitUntilTaken()
+{
+    Lock lock(m_mutex);
+    while (!ShouldAwakeThreadPredicate())
+    {
+        m_threadCondition.wait(lock);
+    }
+}
+
+bool CommunicationChannel::ShouldAwakeReaderPredicate()
+{
+    return m_dataAvailable || (m_thread != nullptr && m_thread->interruption_requested());
+}
+
+bool CommunicationChannel::ShouldAwakeThreadPredicate()
+{
+    return !m_dataAvailable || boost::this_thread::interruption_requested();
+}
+
+}  // namespace Tarsel::Core

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <TarselIO/Exception.h>
+
+namespace Tarsel::Core
+{
+
+/// A failure of the library that concerns no stream: thrown by the name functions (IPCTools.h).
+class TARSEL_EXPORT CoreException : public virtual Exception
+{
+public:
+    CoreException();
+    CoreException(const CoreException&) = default;
+    CoreException& operator=(const CoreException&) = default;
+    ~CoreException() noexcept override;
+};
+
+}  // namespace Tarsel::Core

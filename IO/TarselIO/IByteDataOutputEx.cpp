@@ -1,0 +1,8 @@
+#include <TarselIO/IByteDataOutputEx.h>
+
+namespace Tarsel::Core
+{
+
+IByteDataOutputEx::~IByteDataOutputEx() = default;
+
+}  // namespace Tarsel::Core

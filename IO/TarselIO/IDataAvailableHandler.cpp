@@ -1,0 +1,8 @@
+#include <TarselIO/IDataAvailableHandler.h>
+
+namespace Tarsel::Core
+{
+
+IDataAvailableHandler::~IDataAvailableHandler() = default;
+
+}  // namespace Tarsel::Core

@@ -1,0 +1,8 @@
+#include <TarselIO/IDataChannel.h>
+
+namespace Tarsel::Core
+{
+
+IDataChannel::~IDataChannel() = default;
+
+}  // namespace Tarsel::Core

@@ -1,0 +1,8 @@
+#include <TarselIO/IDataInput.h>
+
+namespace Tarsel::Core
+{
+
+IDataInput::~IDataInput() = default;
+
+}  // namespace Tarsel::Core

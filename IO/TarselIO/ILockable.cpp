@@ -1,0 +1,8 @@
+#include <TarselIO/ILockable.h>
+
+namespace Tarsel
+{
+
+ILockable::~ILockable() = default;
+
+}  // namespace Tarsel

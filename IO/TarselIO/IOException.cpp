@@ -1,0 +1,9 @@
+#include <TarselIO/IOException.h>
+
+namespace Tarsel::Core
+{
+
+IOException::IOException() = default;
+IOException::~IOException() noexcept = default;
+
+}  // namespace Tarsel::Core

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <TarselIO/CoreException.h>
+#include <TarselIO/ioSize.h>
+
+namespace Tarsel::Core
+{
+
+/// A failed operation of a stream. Which records it carries is told where it is thrown.
+class TARSEL_EXPORT IOException : public virtual CoreException
+{
+public:
+    struct TagSeek;  ///< ioSize: the position that SetPosition was asked for
+
+    IOException();
+    IOException(const IOException&) = default;
+    IOException& operator=(const IOException&) = default;
+    ~IOException() noexcept override;
+};
+
+/// Short name of the record.
+using ErrorSeek = boost::error_info<IOException::TagSeek, ioSize>;
+
+}  // namespace Tarsel::Core

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+
+#include <boost/throw_exception.hpp>
+
+namespace Tarsel::Core
+{
+
+/// Where an exception is thrown. Made from the function's text at the throw itself: the compiler fills in the file,
+/// shortened to its path from the repository root, and the line. The function's text is written out because compilers
+/// spell it differently.
+class ThrowSite
+{
+public:
+    constexpr ThrowSite(const char* function,
+                        const char* file = __builtin_FILE(),
+                        std::uint_least32_t line = __builtin_LINE())
+        : m_location(file, line, function)
+    {
+    }
+
+    constexpr const boost::source_location& Location() const { return m_location; }
+
+private:
+    boost::source_location m_location;
+};
+
+/// Throws `error` from `site`.
+template <class E>
+[[noreturn]] void Raise(const E& error, ThrowSite site)
+{
+    boost::throw_exception(error, site.Location());
+}
+
+}  // namespace Tarsel::Core

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <TarselIO/IByteDataInputProtocol.h>
+
+namespace Tarsel::Core
+{
+
+/// Reads until the whole request has arrived or a transfer fails, and counts only the transfers that succeeded: over a
+/// pipe a request is answered with all of its bytes or with 0.
+class TARSEL_EXPORT ByteDataInputDefaultProtocol : public virtual IByteDataInputProtocol
+{
+public:
+    ByteDataInputDefaultProtocol();
+    ~ByteDataInputDefaultProtocol() override;
+
+    ioSize Read(uint8_t* data, ioSize size) override;
+    void SetByteDataInput(IByteDataInputEx* input) override;
+
+private:
+    IByteDataInputEx* m_input;  // not owned: the pipe that owns this protocol
+};
+
+}  // namespace Tarsel::Core

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <TarselIO/IByteDataInputProtocol.h>
+
+namespace Tarsel::Core
+{
+
+/// Makes exactly one transfer of each request and returns the bytes that it reported, whether or not it succeeded.
+class TARSEL_EXPORT ByteDataInputRawProtocol : public virtual IByteDataInputProtocol
+{
+public:
+    ByteDataInputRawProtocol();
+    ~ByteDataInputRawProtocol() override;
+
+    ioSize Read(uint8_t* data, ioSize size) override;
+    void SetByteDataInput(IByteDataInputEx* input) override;
+
+private:
+    IByteDataInputEx* m_input;  // not owned: the pipe that owns this protocol
+};
+
+}  // namespace Tarsel::Core

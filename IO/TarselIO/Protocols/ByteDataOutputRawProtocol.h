@@ -1,0 +1,22 @@
+#pragma once
+
+#include <TarselIO/IByteDataOutputProtocol.h>
+
+namespace Tarsel::Core
+{
+
+/// Makes exactly one transfer of each request and returns the bytes that it reported, whether or not it succeeded.
+class TARSEL_EXPORT ByteDataOutputRawProtocol : public virtual IByteDataOutputProtocol
+{
+public:
+    ByteDataOutputRawProtocol();
+    ~ByteDataOutputRawProtocol() override;
+
+    ioSize Write(const uint8_t* data, ioSize size) override;
+    void SetByteDataOutput(IByteDataOutputEx* output) override;
+
+private:
+    IByteDataOutputEx* m_output;  // not owned: the pipe that owns this protocol
+};
+
+}  // namespace Tarsel::Core

@@ -1,0 +1,8 @@
+#include <TarselPointer/IRefCountable.h>
+
+namespace Tarsel
+{
+
+IRefCountable::~IRefCountable() = default;
+
+}  // namespace Tarsel

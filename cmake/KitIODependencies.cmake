@@ -1,0 +1,7 @@
+# All of these are Debian packages; scripts/bootstrap installs them.
+# Boost and glog are found by their own package files: CMake's module for Boost guesses more than it knows.
+
+find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS headers thread stacktrace_basic)
+find_package(glog 0.6 CONFIG REQUIRED)
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+find_package(ICU REQUIRED COMPONENTS i18n uc)

@@ -1,0 +1,21 @@
+# What a builder may choose. A project that adds KitIO with add_subdirectory gets the libraries and nothing else.
+
+option(KITIO_BUILD_TESTS "Build the tests" ${KitIO_IS_TOP_LEVEL})
+option(KITIO_BUILD_EXAMPLES "Build the example programs" ${KitIO_IS_TOP_LEVEL})
+option(KITIO_INSTALL "Make the install target" ${KitIO_IS_TOP_LEVEL})
+option(KITIO_WARNINGS_AS_ERRORS "Treat compiler warnings in KitIO as errors" OFF)
+option(KITIO_COVERAGE "Measure which lines run (GCC)" OFF)
+
+set(KITIO_SANITIZE "" CACHE STRING "Sanitizer for KitIO's own targets: address, undefined, thread or none")
+set_property(CACHE KITIO_SANITIZE PROPERTY STRINGS "" address undefined thread)
+if(NOT KITIO_SANITIZE MATCHES "^(|address|undefined|thread)$")
+    message(FATAL_ERROR "KITIO_SANITIZE is '${KITIO_SANITIZE}', not one of: address, undefined, thread")
+endif()
+
+# Shared libraries unless the builder says otherwise. Inside another project this is a plain variable, so that our
+# default never reaches the cache and with it the libraries of that project.
+if(KitIO_IS_TOP_LEVEL)
+    option(BUILD_SHARED_LIBS "Build shared libraries" ON)
+elseif(NOT DEFINED BUILD_SHARED_LIBS)
+    set(BUILD_SHARED_LIBS ON)
+endif()

@@ -1,0 +1,72 @@
+# How KitIO's targets are made. Everything is set on the targets: nothing here reaches a project that contains KitIO,
+# and nothing but include folders, C++17 and the libraries in the public headers reaches a target that links KitIO.
+
+include(CheckLinkerFlag)
+
+# The GNU linker warns that tempnam, which makes the pipes' names, only returns a name. It is the call that KitIO means.
+check_linker_flag(CXX "-Wl,--no-warnings" KITIO_LINKER_CAN_BE_QUIET)
+function(kitio_accept_tempnam target)
+    if(KITIO_LINKER_CAN_BE_QUIET)
+        target_link_options(${target} PRIVATE "-Wl,--no-warnings")
+    endif()
+endfunction()
+
+# What libraries and programs share: language, warnings, instrumentation.
+function(kitio_configure_target target)
+    target_compile_features(${target} PRIVATE cxx_std_17)
+    set_target_properties(${target} PROPERTIES
+        CXX_EXTENSIONS OFF
+        COMPILE_WARNING_AS_ERROR ${KITIO_WARNINGS_AS_ERRORS})
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+
+    if(KITIO_SANITIZE)
+        # A little optimization and whole stack frames: quick enough for every day, with reports that can be read.
+        target_compile_options(${target} PRIVATE
+            -fsanitize=${KITIO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+        target_link_options(${target} PRIVATE -fsanitize=${KITIO_SANITIZE})
+    endif()
+    if(KITIO_COVERAGE)
+        target_compile_options(${target} PRIVATE --coverage -O0)
+        target_link_options(${target} PRIVATE --coverage)
+    endif()
+endfunction()
+
+# kitio_add_library(<target> HEADERS <public header>... SOURCES <source or private header>...)
+# The public headers are include path, install list and, by all_verify_interface_header_sets, each compiled alone.
+function(kitio_add_library target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;SOURCES")
+    add_library(${target} ${arg_SOURCES})
+    add_library(KitIO::${target} ALIAS ${target})
+    target_sources(${target} PUBLIC
+        FILE_SET HEADERS BASE_DIRS "${CMAKE_CURRENT_SOURCE_DIR}" FILES ${arg_HEADERS})
+
+    kitio_configure_target(${target})
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    # Throw locations, log lines and call stacks name a file by its path from the repository's root, wherever that is.
+    target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${KitIO_SOURCE_DIR}/=")
+    set_target_properties(${target} PROPERTIES
+        VERSION ${KitIO_VERSION}
+        SOVERSION 0
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        POSITION_INDEPENDENT_CODE ON
+        INSTALL_RPATH "\$ORIGIN"
+        VERIFY_INTERFACE_HEADER_SETS ${KitIO_IS_TOP_LEVEL})
+    kitio_install_library(${target})
+endfunction()
+
+function(kitio_install_library target)
+    if(KITIO_INSTALL)
+        install(TARGETS ${target} EXPORT KitIOTargets FILE_SET HEADERS)
+    endif()
+endfunction()
+
+# kitio_add_program(<target> <source>...): a test or an example, linked like any user's program.
+function(kitio_add_program target)
+    add_executable(${target} ${ARGN})
+    kitio_configure_target(${target})
+    target_link_libraries(${target} PRIVATE KitIO::KitIO)
+    if(NOT BUILD_SHARED_LIBS)
+        kitio_accept_tempnam(${target})
+    endif()
+endfunction()

@@ -1,0 +1,26 @@
+# shellcheck shell=bash
+# Sourced by the other scripts: goes to the repository's root, from wherever the script was called.
+cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." || exit
+
+# Prints a path for each file of ours that a compiler reads, each ended by a zero byte.
+our_sources() {
+    find Export Pointer Filesystem Exception Hash Foundation IO tests examples \
+        -type f \( -name '*.h' -o -name '*.cpp' \) -print0
+}
+
+# quietly <headline> <command>...: shows one line; the command's own output only when it fails.
+quietly() {
+    local headline=$1 log status=0
+    shift
+    log=$(mktemp)
+    printf '%s ... ' "$headline"
+    "$@" >"$log" 2>&1 || status=$?
+    if [ "$status" -eq 0 ]; then
+        printf 'done\n'
+    else
+        printf 'FAILED\n'
+        cat -- "$log"
+    fi
+    rm -f -- "$log"
+    return "$status"
+}
