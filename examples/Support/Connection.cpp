@@ -1,0 +1,86 @@
+#include <Support/Connection.h>
+
+#include <utility>
+
+#include <TarselIO/CommunicationChannel.h>
+#include <TarselIO/DataInputPipe.h>
+#include <TarselIO/DataOutputPipe.h>
+
+namespace Examples
+{
+
+using Tarsel::SP;
+using namespace Tarsel::Core;
+
+// A pipe's Create returns when both its ends have been opened. So the two processes open the same pipe first; in any
+// other order each would wait for the other.
+
+SP<IDataChannel> ConnectFirst(const PipeNames& pipes)
+{
+    const SP<IByteDataOutput> output = DataOutputPipe::Create(pipes.toSecond, false);
+    const SP<IByteDataInput> input = DataInputPipe::Create(pipes.toFirst, false);
+    return CommunicationChannel::Create(input, output, true);
+}
+
+SP<IDataChannel> ConnectSecond(const PipeNames& pipes)
+{
+    const SP<IByteDataInput> input = DataInputPipe::Create(pipes.toSecond, false);
+    const SP<IByteDataOutput> output = DataOutputPipe::Create(pipes.toFirst, false);
+    return CommunicationChannel::Create(input, output, true);
+}
+
+void Send(IDataChannel& channel, const uint8_t* data, ioSize size)
+{
+    if (channel.Write(data, size) != size)
+    {
+        throw PeerGone();
+    }
+}
+
+void Send(IDataChannel& channel, Kind kind)
+{
+    const auto message = static_cast<uint8_t>(kind);
+    Send(channel, &message, sizeof(message));
+}
+
+Inbox::Inbox(IDataChannel& channel) : m_channel(channel)
+{
+    m_channel.SetDataAvailableHandler(this);
+}
+
+Inbox::~Inbox()
+{
+    m_channel.SetDataAvailableHandler(nullptr);
+}
+
+void Inbox::SayReady()
+{
+    const uint8_t ready = 1;
+    Send(m_channel, &ready, sizeof(ready));
+}
+
+void WaitUntilReady(IDataChannel& channel)
+{
+    uint8_t ready = 0;
+    channel.Read(&ready, sizeof(ready));
+}
+
+void Inbox::Receive(std::vector<uint8_t>& message)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_arrival.wait(lock, [this] { return m_announced != 0; });
+    message.resize(std::exchange(m_announced, 0));
+    lock.unlock();
+    m_channel.Read(message.data(), message.size());
+}
+
+/// Runs on the channel's thread with the channel locked, so it only takes a note. There is never more than one: the
+/// next message is not fetched before this one has been read.
+void Inbox::OnDataAvailable(ioSize size)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_announced = size;
+    m_arrival.notify_one();
+}
+
+}  // namespace Examples

@@ -1,0 +1,50 @@
+#include <Support/FileReader.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+#include <TarselIO/DataInputFile.h>
+
+namespace Examples
+{
+
+void RequireRegularFile(const std::string& path)
+{
+    const std::filesystem::file_status status = std::filesystem::status(path);
+    if (std::filesystem::is_directory(status))
+    {
+        throw std::runtime_error(path + ": is a directory");
+    }
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+    {
+        throw std::runtime_error(path + ": is not a regular file");
+    }
+}
+
+FileReader::FileReader(const std::string& path)
+{
+    // A directory would open and seem to be empty, a named pipe would make the program wait for somebody to write to
+    // it.
+    RequireRegularFile(path);
+    m_file = Tarsel::Core::DataInputFile::Create(path);
+}
+
+Tarsel::Core::ioSize FileReader::Size() const
+{
+    return m_file->GetSize();
+}
+
+Tarsel::Core::ioSize FileReader::Read(uint8_t* data, Tarsel::Core::ioSize size)
+{
+    const Tarsel::Core::ioSize count = m_file->Read(data, size);
+    m_done += count;
+    // The stream reports the end and a failed read alike, by a short count. The size tells them apart.
+    if (count < size && m_done < Size())
+    {
+        throw std::runtime_error(m_file->GetFilename().utf8string() + ": ended after " + std::to_string(m_done) +
+                                 " of " + std::to_string(Size()) + " bytes");
+    }
+    return count;
+}
+
+}  // namespace Examples

@@ -1,0 +1,89 @@
+#include <Support/TemporaryFiles.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+#include <TarselIO/IPCTools.h>
+
+namespace Examples
+{
+namespace
+{
+
+/// Calls `make(name)` with new names until it succeeds: the names are only proposals, and somebody else may have taken
+/// one. `make` must fail with EEXIST then, and -1, like all system calls.
+template <class NewName, class Make>
+std::string MakeUnderNewName(NewName newName, Make make)
+{
+    for (;;)
+    {
+        std::string name = newName();
+        if (make(name.c_str()) != -1)
+        {
+            return name;
+        }
+        if (errno != EEXIST)
+        {
+            throw std::system_error(errno, std::generic_category(), "cannot create " + name);
+        }
+    }
+}
+
+int MakeEmptyFile(const char* name)
+{
+    const int descriptor = ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    return descriptor == -1 ? -1 : ::close(descriptor);
+}
+
+}  // namespace
+
+TemporaryFiles::~TemporaryFiles()
+{
+    RemoveAll();
+}
+
+std::string TemporaryFiles::MakePipe()
+{
+    return Keep(
+        MakeUnderNewName(&Tarsel::Core::GeneratePipeName, [](const char* name) { return ::mkfifo(name, 0600); }));
+}
+
+std::string TemporaryFiles::MakeFile(const std::filesystem::path& directory)
+{
+    const auto newName = [&directory]
+    {
+        const std::filesystem::path name = Tarsel::Core::GenerateTempFileName();
+        return (directory / ("." + name.filename().string() + ".part")).string();
+    };
+    return Keep(MakeUnderNewName(newName, &MakeEmptyFile));
+}
+
+void TemporaryFiles::Remove(const std::string& name)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    ::unlink(name.c_str());
+    m_names.erase(std::remove(m_names.begin(), m_names.end(), name), m_names.end());
+}
+
+void TemporaryFiles::RemoveAll()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (const std::string& name : m_names)
+    {
+        ::unlink(name.c_str());
+    }
+    m_names.clear();
+}
+
+std::string TemporaryFiles::Keep(std::string name)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_names.push_back(name);
+    return name;
+}
+
+}  // namespace Examples

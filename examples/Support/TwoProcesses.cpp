@@ -1,0 +1,232 @@
+#include <Support/TwoProcesses.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+#include <Support/Program.h>
+
+namespace Examples
+{
+namespace
+{
+
+/// Sent to the second process when the first one has ended.
+constexpr int kParentEnded = SIGTERM;
+
+/// Without memory a process ends, whichever of its threads asked for it. An exception would not do: in a channel's
+/// background thread it only ends the reading, and both processes would wait forever.
+void EndWithoutMemory()
+{
+    static constexpr char kText[] = "out of memory\n";
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, kText, sizeof(kText) - 1);
+    ::_exit(EXIT_FAILURE);  // the other process removes the files
+}
+
+bool IsIgnored(int signal)
+{
+    struct sigaction action = {};
+    ::sigaction(signal, nullptr, &action);
+    return action.sa_handler == SIG_IGN;
+}
+
+}  // namespace
+
+HeldSignals::HeldSignals()
+{
+    ::sigemptyset(&m_held);
+    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGCHLD})
+    {
+        ::sigaddset(&m_held, signal);
+    }
+    if (!IsIgnored(SIGHUP))  // as it is under nohup
+    {
+        ::sigaddset(&m_held, SIGHUP);
+    }
+    ::pthread_sigmask(SIG_BLOCK, &m_held, &m_previousMask);
+    // Where SIGCHLD is ignored, which a program may inherit, children end without a trace.
+    std::signal(SIGCHLD, SIG_DFL);
+}
+
+HeldSignals::~HeldSignals()
+{
+    ::pthread_sigmask(SIG_SETMASK, &m_previousMask, nullptr);
+}
+
+siginfo_t HeldSignals::Wait() const
+{
+    siginfo_t received = {};
+    while (::sigwaitinfo(&m_held, &received) == -1 && errno == EINTR)
+    {
+    }
+    return received;
+}
+
+void TwoProcesses::Run(const Talk& first, const Talk& second)
+{
+    m_pipes = {m_files.MakePipe(), m_files.MakePipe()};
+    m_first = ::getpid();
+    // A plain fork, since no thread runs yet and nothing is open but the standard streams: the second process has all
+    // that it needs to know, and nothing has to be passed on a command line.
+    m_second = ::fork();
+    if (m_second == -1)
+    {
+        throw std::system_error(errno, std::generic_category(), "cannot start the second process");
+    }
+    std::set_new_handler(&EndWithoutMemory);
+    if (m_second == 0)
+    {
+        RunSecond(second);
+    }
+    std::thread watch(&TwoProcesses::WatchSecond, this);
+    // Kept until the second process has ended, so that its farewell is received. Releasing the channel waits for the
+    // end of its background thread, which the farewell has brought about.
+    const Channel channel = Converse(&ConnectFirst, first);
+    watch.join();
+    ::waitpid(m_second, nullptr, 0);
+}
+
+void TwoProcesses::RunSecond(const Talk& talk)
+{
+    ::prctl(PR_SET_PDEATHSIG, kParentEnded);
+    if (::getppid() != m_first)  // it ended before the line above
+    {
+        EndByPeer();
+    }
+    std::thread(&TwoProcesses::WatchFirst, this).detach();
+    const Channel channel = Converse(&ConnectSecond, talk);
+    // The farewell: an empty frame ends the other side's background thread. Only one side says it and stays while the
+    // other one leaves. If both released their channels first, each would wait for the other to close its pipes.
+    channel->Write(nullptr, 0);
+    // Without unwinding, which would release this channel, too, and what belongs to the first process.
+    ::_exit(EXIT_SUCCESS);
+}
+
+TwoProcesses::Channel TwoProcesses::Converse(Connect connect, const Talk& talk)
+{
+    Channel channel;
+    try
+    {
+        channel = connect(m_pipes);
+        // Both ends are open. Without their names the pipes vanish with the processes, whatever becomes of these.
+        m_files.Remove(m_pipes.toSecond);
+        m_files.Remove(m_pipes.toFirst);
+
+        talk(*channel);
+        return channel;
+    }
+    catch (const PeerGone&)
+    {
+        EndByPeer();
+    }
+    catch (...)
+    {
+        EndByException();
+    }
+}
+
+void TwoProcesses::WatchSecond()
+{
+    for (;;)
+    {
+        const int signal = m_signals.Wait().si_signo;
+        if (signal != SIGCHLD)
+        {
+            EndBySignal(signal);
+        }
+        const siginfo_t end = EndOfSecond(WNOHANG);
+        const bool ended = end.si_pid == m_second;  // not if it was merely stopped or continued
+        if (ended && end.si_code == CLD_EXITED && end.si_status == EXIT_SUCCESS)
+        {
+            return;
+        }
+        if (ended)
+        {
+            EndByPeer();
+        }
+    }
+}
+
+void TwoProcesses::WatchFirst()
+{
+    siginfo_t received = m_signals.Wait();
+    while (received.si_signo != kParentEnded)
+    {
+        // The terminal sends its signals to both processes. What they mean is for the first one to decide.
+        received = m_signals.Wait();
+    }
+    if (received.si_pid == m_first)
+    {
+        EndByPeer();
+    }
+    EndBySignal(received.si_signo);
+}
+
+/// How the second process ended. That can be asked again; `si_pid` is 0 when `options` has WNOHANG and it still runs.
+siginfo_t TwoProcesses::EndOfSecond(int options) const
+{
+    siginfo_t end = {};
+    ::waitid(P_PID, static_cast<id_t>(m_second), &end, WEXITED | WNOWAIT | options);
+    return end;
+}
+
+void TwoProcesses::EndByException()
+{
+    m_ending.lock();
+    ReportCurrentException();
+    CleanUp();
+    ::_exit(EXIT_FAILURE);
+}
+
+void TwoProcesses::EndByPeer()
+{
+    m_ending.lock();
+    if (m_second == 0)
+    {
+        ReportError("the first process is gone");
+    }
+    else if (const siginfo_t end = EndOfSecond(0); end.si_code != CLD_EXITED)
+    {
+        ReportError(std::string("the second process was ended by a signal: ") + ::strsignal(end.si_status));
+    }
+    else if (end.si_status == EXIT_SUCCESS)
+    {
+        ReportError("the second process ended too early");
+    }
+    CleanUp();  // any other second process has said itself why it failed
+    ::_exit(EXIT_FAILURE);
+}
+
+void TwoProcesses::EndBySignal(int signal)
+{
+    m_ending.lock();
+    CleanUp();
+    // Whoever started this program may want to know that it was this signal that ended it.
+    std::signal(signal, SIG_DFL);
+    sigset_t released;
+    ::sigemptyset(&released);
+    ::sigaddset(&released, signal);
+    ::pthread_sigmask(SIG_UNBLOCK, &released, nullptr);
+    std::raise(signal);
+    ::_exit(EXIT_FAILURE);
+}
+
+void TwoProcesses::CleanUp()
+{
+    if (m_second != 0)
+    {
+        // Before the files go, so that it makes no new ones.
+        ::kill(m_second, SIGKILL);
+        ::waitpid(m_second, nullptr, 0);
+    }
+    m_files.RemoveAll();
+}
+
+}  // namespace Examples

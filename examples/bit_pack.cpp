@@ -1,0 +1,321 @@
+// bit_pack: a small lossless packer over the bit streams, for files that fit into memory.
+//
+// It gives the byte values that occur often short codes (canonical Huffman codes). A packed file is one row of bits,
+// each number with its most significant bit first:
+//
+//   32 bits        "KBP1"
+//   64 bits        how many bytes the original has
+//   128 bits       the original's MD5 digest
+//   for each byte value, 0 to 255:
+//     1 bit        whether it occurs
+//     6 bits       if it does: how many bits its code has, 1 to 63
+//   the codes of the original's bytes
+//   0 to 7 bits    zeros that fill up the last byte
+//
+// The lengths tell the codes: they are counted up from 0, shorter before longer ones, those of one length in the order
+// of their byte values; wherever the length grows, zeros are appended. A value that is the only one has the code 0.
+
+#include <array>
+#include <cstdint>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <Support/FileReader.h>
+#include <Support/Program.h>
+#include <Support/TargetFile.h>
+#include <Support/TemporaryFiles.h>
+#include <TarselIO/KitIO.h>
+
+namespace
+{
+
+using namespace Tarsel::Core;
+
+constexpr std::uint64_t kMagic = 0x4B425031;  // "KBP1"
+constexpr ioSize kMagicBits = 32;
+constexpr ioSize kSizeBits = 64;
+constexpr ioSize kByteBits = 8;
+constexpr ioSize kLengthBits = 6;
+constexpr std::size_t kLongestCode = 63;
+constexpr std::size_t kByteValues = 256;
+
+constexpr char kHelp[] =
+    "Usage: bit_pack pack INPUT OUTPUT\n"
+    "       bit_pack unpack INPUT OUTPUT\n"
+    "\n"
+    "Packs the file INPUT into OUTPUT, or gives back what has been packed. OUTPUT is written under another name in "
+    "its\n"
+    "directory, and replaced only when all has gone well. Both files have to fit into memory.\n"
+    "\n"
+    "  -h, --help     show this text and end\n"
+    "\n"
+    "Ends with 0 if OUTPUT was written, with 1 after a failure and with 2 if the command line is wrong.\n";
+
+/// How many bits the code of each byte value has; 0 if the value does not occur.
+using CodeLengths = std::array<std::uint8_t, kByteValues>;
+
+std::uint8_t ToByte(char character)
+{
+    return static_cast<std::uint8_t>(character);
+}
+
+/// For each byte value that occurs a group of its own, under the count of its bytes.
+std::multimap<ioSize, std::string> GroupByCount(const std::string& original)
+{
+    std::array<ioSize, kByteValues> counts{};
+    for (const char character : original)
+    {
+        ++counts[ToByte(character)];
+    }
+    std::multimap<ioSize, std::string> groups;
+    for (std::size_t value = 0; value != kByteValues; ++value)
+    {
+        if (counts[value] != 0)
+        {
+            groups.emplace(counts[value], std::string(1, static_cast<char>(value)));
+        }
+    }
+    return groups;
+}
+
+/// Huffman's way: the two rarest groups become one, until there is only one. What joins another group gets codes that
+/// are one bit longer.
+///
+/// kLongestCode suffices: a code of 64 bits takes counts that grow like Fibonacci's numbers, to 27 terabytes in all.
+CodeLengths ChooseLengths(const std::string& original)
+{
+    CodeLengths lengths{};
+    std::multimap<ioSize, std::string> groups = GroupByCount(original);
+    if (groups.size() == 1)
+    {
+        // Also a value that is alone takes a bit, so that a packed file's size tells what it can hold at most.
+        lengths[ToByte(groups.begin()->second.front())] = 1;
+    }
+    while (groups.size() > 1)
+    {
+        const auto rarest = groups.begin();
+        const auto second = std::next(rarest);
+        const ioSize count = rarest->first + second->first;
+        const std::string values = rarest->second + second->second;
+        groups.erase(rarest, std::next(second));
+        groups.emplace(count, values);
+        for (const char value : values)
+        {
+            ++lengths[ToByte(value)];
+        }
+    }
+    return lengths;
+}
+
+/// Appends the low `count` bits of `number`, in steps of at most a byte, which is what the bit writer takes.
+void WriteNumber(DataBitOutput& bits, std::uint64_t number, ioSize count)
+{
+    while (count != 0)
+    {
+        const ioSize take = (count - 1) % kByteBits + 1;
+        count -= take;
+        bits.WriteBits(static_cast<std::uint8_t>(number >> count), take);
+    }
+}
+
+/// The codes that go with a choice of lengths.
+class Code
+{
+public:
+    explicit Code(const CodeLengths& lengths) : m_lengths(lengths)
+    {
+        std::uint64_t code = 0;
+        for (std::size_t length = 1; length <= kLongestCode; ++length, code <<= 1)
+        {
+            for (std::size_t value = 0; value != kByteValues; ++value)
+            {
+                if (lengths[value] == length)
+                {
+                    m_codes[value] = code++;
+                    m_values.push_back(static_cast<std::uint8_t>(value));
+                    ++m_countByLength[length];
+                }
+            }
+        }
+    }
+
+    void Write(DataBitOutput& bits, std::uint8_t value) const { WriteNumber(bits, m_codes[value], m_lengths[value]); }
+
+    /// Takes bit after bit until they are a code. Of each length, `place` counts from its first code; lengths that no
+    /// packer would choose lead to wrong values at worst, never out of m_values.
+    std::uint8_t Read(DataBitInput& bits) const
+    {
+        std::uint64_t place = 0;
+        std::size_t shorter = 0;
+        for (std::size_t length = 1; length <= kLongestCode; ++length)
+        {
+            place = place << 1 | bits.ReadBits(1);
+            if (place < m_countByLength[length])
+            {
+                return m_values[shorter + place];
+            }
+            place -= m_countByLength[length];
+            shorter += m_countByLength[length];
+        }
+        throw IOException();
+    }
+
+private:
+    CodeLengths m_lengths;
+    std::array<std::uint64_t, kByteValues> m_codes{};
+    std::vector<std::uint8_t> m_values;  // those that occur, in the order of their codes
+    std::array<std::size_t, kLongestCode + 1> m_countByLength{};
+};
+
+MD5Digest Digest(const std::string& original)
+{
+    return MD5Generate(DataInputString::Create(&original), "");
+}
+
+void WriteHeader(DataBitOutput& bits, const std::string& original, const CodeLengths& lengths)
+{
+    WriteNumber(bits, kMagic, kMagicBits);
+    WriteNumber(bits, original.size(), kSizeBits);
+    const MD5Digest digest = Digest(original);
+    bits.WriteData(digest.bytes.data(), digest.bytes.size());
+    for (const std::uint8_t length : lengths)
+    {
+        const bool occurs = length != 0;
+        bits.WriteBits(occurs ? 1 : 0, 1);
+        bits.WriteBits(length, occurs ? kLengthBits : 0);
+    }
+}
+
+/// The bits go into a string, which is written to the file as a whole afterwards: the bit writer passes on each byte by
+/// itself, and over a file stream each of them would be a system call.
+std::string Pack(const std::string& original)
+{
+    const CodeLengths lengths = ChooseLengths(original);
+    const Code code(lengths);
+    std::string packed;
+    DataBitOutput bits(DataOutputString::Create(&packed));
+    WriteHeader(bits, original, lengths);
+    for (const char character : original)
+    {
+        code.Write(bits, ToByte(character));
+    }
+    bits.Flush();
+    return packed;
+}
+
+CodeLengths ReadLengths(DataBitInput& bits)
+{
+    CodeLengths lengths{};
+    for (std::uint8_t& length : lengths)
+    {
+        const bool occurs = bits.ReadBits(1) != 0;
+        length = static_cast<std::uint8_t>(bits.ReadBits(occurs ? kLengthBits : 0));
+    }
+    return lengths;
+}
+
+/// Reads what follows the magic number. Throws IOException if the bits end too early, as the bit reader does, or are
+/// not what Pack writes.
+std::string ReadOriginal(DataBitInput& bits)
+{
+    const ioSize size = bits.ReadBits(kSizeBits);
+    MD5Digest digest;
+    for (std::uint8_t& byte : digest.bytes)
+    {
+        byte = static_cast<std::uint8_t>(bits.ReadBits(kByteBits));
+    }
+    const Code code(ReadLengths(bits));
+    // Each byte has a code of at least one bit. A size that cannot be true must not cost the memory that it claims.
+    if (size > bits.BitsLeft())
+    {
+        throw IOException();
+    }
+    std::string original;
+    original.reserve(size);
+    while (original.size() != size)
+    {
+        original.push_back(static_cast<char>(code.Read(bits)));
+    }
+    const bool atEnd = bits.BitsLeft() < kByteBits && bits.ReadBits(bits.BitsLeft()) == 0;
+    if (!atEnd || Digest(original) != digest)
+    {
+        throw IOException();
+    }
+    return original;
+}
+
+/// `name` is that of the packed file, for people.
+std::string Unpack(const std::string& packed, const std::string& name)
+{
+    DataBitInput bits(DataInputString::Create(&packed));
+    if (bits.BitsLeft() < kMagicBits || bits.ReadBits(kMagicBits) != kMagic)
+    {
+        throw std::runtime_error(name + ": was not packed by bit_pack");
+    }
+    try
+    {
+        return ReadOriginal(bits);
+    }
+    catch (const IOException&)
+    {
+        throw std::runtime_error(name + ": is damaged or cut off");
+    }
+}
+
+std::string ReadFile(const std::string& path)
+{
+    Examples::FileReader file(path);
+    std::string contents(file.Size(), '\0');
+    file.Read(reinterpret_cast<std::uint8_t*>(contents.data()), contents.size());
+    return contents;
+}
+
+void WriteFile(const std::string& name, const std::string& contents)
+{
+    Examples::TemporaryFiles files;
+    Examples::TargetFile target(name, files);
+    target.Write(reinterpret_cast<const std::uint8_t*>(contents.data()), contents.size());
+    target.Keep();
+}
+
+void Convert(const std::string& verb, const std::string& input, const std::string& output)
+{
+    if (verb != "pack" && verb != "unpack")
+    {
+        throw std::runtime_error("'" + verb + "' is neither pack nor unpack, try --help");
+    }
+    const std::string source = ReadFile(input);
+    const std::string result = verb == "pack" ? Pack(source) : Unpack(source, input);
+    WriteFile(output, result);
+    const std::string share = source.empty() ? "" : ", " + std::to_string(100 * result.size() / source.size()) + " %";
+    std::cout << input << ": " << source.size() << " bytes; " << output << ": " << result.size() << " bytes" << share
+              << '\n';
+}
+
+void ConvertInMemory(const std::string& verb, const std::string& input, const std::string& output)
+{
+    try
+    {
+        Convert(verb, input, output);
+    }
+    catch (const std::bad_alloc&)
+    {
+        throw std::runtime_error(input + ": does not fit into memory");
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    return Examples::RunProgram(argc,
+                                argv,
+                                {kHelp, 3, 3},
+                                [](const std::vector<std::string>& operands)
+                                { ConvertInMemory(operands[0], operands[1], operands[2]); });
+}

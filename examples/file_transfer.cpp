@@ -1,0 +1,179 @@
+// Copies a file from one process to another over a pair of named pipes. The sender reads it with a file input stream
+// and sends it in pieces, the receiver writes these with a file output stream. Both digest the bytes; only when the
+// digests agree does the receiver give the new file its name.
+//
+// Support/Connection shows how pipes become a channel and how messages are received, Support/TwoProcesses how the
+// second process is started and what happens when one of the two fails.
+
+#include <chrono>
+#include <filesystem>
+#include <iomanip>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <openssl/evp.h>
+
+#include <Support/Connection.h>
+#include <Support/FileReader.h>
+#include <Support/Program.h>
+#include <Support/ProgressBar.h>
+#include <Support/TargetFile.h>
+#include <Support/TwoProcesses.h>
+#include <TarselHash/MD5.h>
+
+namespace
+{
+
+using namespace Tarsel::Core;
+using Examples::Kind;
+namespace fs = std::filesystem;
+
+constexpr char kHelp[] =
+    "Usage: file_transfer [--verbose] SOURCE TARGET\n"
+    "\n"
+    "Starts a second process and sends it the file SOURCE over a named pipe; the second process writes TARGET. Both\n"
+    "digest all bytes with MD5, and the digests are compared. Prints the digest as md5sum does, the number of bytes\n"
+    "and the throughput. TARGET is written under another name in the same directory, and replaced only when all of "
+    "SOURCE\n"
+    "has arrived: after a failure it is what it was before.\n"
+    "\n"
+    "  SOURCE         the file to read, of any size\n"
+    "  TARGET         the file to write, in a directory that exists\n"
+    "  -v, --verbose  show the log of both processes on standard error\n"
+    "  -h, --help     show this text and end\n"
+    "\n"
+    "The named pipes stand in the directory that the variable TMPDIR names, or in /tmp, until both are open.\n"
+    "Ends with 0 if TARGET was written, with 1 after a failure and with 2 if the command line is wrong.\n";
+
+/// Large enough that the frames cost nothing, small enough to be no burden: each process holds it a few times.
+constexpr ioSize kPieceSize = 256UL * 1024;
+
+/// The MD5 digest of bytes that come in pieces, the same as of all of them at once. The library digests what is in
+/// memory as a whole, which a file of any size is not.
+class Md5Stream
+{
+public:
+    Md5Stream() : m_context(EVP_MD_CTX_new(), &EVP_MD_CTX_free)
+    {
+        Require(m_context != nullptr && EVP_DigestInit_ex(m_context.get(), EVP_md5(), nullptr) == 1);
+    }
+
+    void Add(const uint8_t* data, ioSize size) { Require(EVP_DigestUpdate(m_context.get(), data, size) == 1); }
+
+    MD5Digest Finish(const std::string& text)
+    {
+        MD5Digest digest;
+        digest.text = text;
+        Require(EVP_DigestFinal_ex(m_context.get(), digest.bytes.data(), nullptr) == 1);
+        return digest;
+    }
+
+private:
+    static void Require(bool succeeded)
+    {
+        if (!succeeded)
+        {
+            throw std::runtime_error("the cryptography library does not provide MD5");
+        }
+    }
+
+    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> m_context;
+};
+
+struct Totals
+{
+    ioSize bytes = 0;
+    MD5Digest digest;
+};
+
+/// The first process: sends the file, compares the digests and allows the receiver to keep what it has.
+Totals SendFile(IDataChannel& channel, const std::string& source, const std::string& target)
+{
+    Examples::FileReader file(source);
+    Examples::ProgressBar progress(file.Size());
+    Examples::WaitUntilReady(channel);
+
+    Totals totals;
+    Md5Stream md5;
+    std::vector<uint8_t> message(1 + kPieceSize);
+    message[0] = static_cast<uint8_t>(Kind::Data);
+    uint8_t* const piece = message.data() + 1;
+    while (const ioSize size = file.Read(piece, kPieceSize))
+    {
+        md5.Add(piece, size);
+        Examples::Send(channel, message.data(), 1 + size);
+        totals.bytes += size;
+        progress.Advance(size);
+    }
+    Examples::Send(channel, Kind::End);
+
+    totals.digest = md5.Finish(target);
+    MD5Digest received;
+    received.text = target;
+    channel.Read(received.bytes.data(), received.bytes.size());
+    if (received != totals.digest)
+    {
+        throw std::runtime_error("the receiver did not get the bytes that were sent: their MD5 is " + received.Hex() +
+                                 ", not " + totals.digest.Hex());
+    }
+    Examples::Send(channel, Kind::Keep);
+    return totals;
+}
+
+/// The second process: writes what arrives, answers with its digest, and keeps the file when told to.
+void ReceiveFile(IDataChannel& channel, Examples::TargetFile& target)
+{
+    Md5Stream md5;
+    Examples::Inbox inbox(channel);
+    inbox.SayReady();
+    std::vector<uint8_t> message;
+    for (inbox.Receive(message); Kind(message[0]) == Kind::Data; inbox.Receive(message))
+    {
+        md5.Add(message.data() + 1, message.size() - 1);
+        target.Write(message.data() + 1, message.size() - 1);
+    }
+
+    const MD5Digest digest = md5.Finish("");
+    Examples::Send(channel, digest.bytes.data(), digest.bytes.size());
+    inbox.Receive(message);
+    if (Kind(message[0]) != Kind::Keep)  // the sender has died while it sent that
+    {
+        throw Examples::PeerGone();
+    }
+    target.Keep();
+}
+
+void Transfer(const std::vector<std::string>& operands)
+{
+    const std::string& source = operands[0];
+    const std::string& targetName = operands[1];
+    // What cannot work is reported before anything is started. The file is opened again later, since the second process
+    // would inherit what is open now.
+    static_cast<void>(Examples::FileReader(source));
+    if (fs::exists(targetName) && fs::equivalent(source, targetName))
+    {
+        throw std::runtime_error(source + " and " + targetName + " are the same file");
+    }
+
+    const auto start = std::chrono::steady_clock::now();
+    Totals totals;
+    Examples::TwoProcesses processes;
+    Examples::TargetFile target(targetName, processes.Files());
+    processes.Run([&](IDataChannel& channel) { totals = SendFile(channel, source, targetName); },
+                  [&](IDataChannel& channel) { ReceiveFile(channel, target); });
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+
+    std::cout << totals.digest << '\n'
+              << totals.bytes << " bytes in " << std::fixed << std::setprecision(3) << time.count() << " s, "
+              << std::setprecision(1) << static_cast<double>(totals.bytes) / 1e6 / time.count() << " MB/s\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    return Examples::RunProgram(argc, argv, {kHelp, 2, 2}, &Transfer);
+}

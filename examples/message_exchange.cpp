@@ -1,0 +1,149 @@
+// Two processes exchange messages over a pair of named pipes. The first one sends each line of a file, the second one
+// answers with the MD5 digest of what it got, and the first one checks the answers.
+//
+// This file says what is said. Support/Connection shows how pipes become a channel and how messages are received,
+// Support/TwoProcesses how the second process is started and what happens when one of the two fails.
+
+#include <algorithm>
+#include <chrono>
+#include <iomanip>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <Support/Connection.h>
+#include <Support/FileReader.h>
+#include <Support/Program.h>
+#include <Support/ProgressBar.h>
+#include <Support/TwoProcesses.h>
+#include <TarselHash/MD5.h>
+
+namespace
+{
+
+using namespace Tarsel::Core;
+using Examples::Kind;
+
+constexpr char kHelp[] =
+    "Usage: message_exchange [--verbose] [FILE]\n"
+    "\n"
+    "Starts a second process and sends it each line of FILE as a message over a named pipe. The second process\n"
+    "answers each message with the MD5 digest of what it got, and every answer is checked. Prints the number of\n"
+    "messages and bytes and the time that it took. Lines may be empty or long and contain any bytes; each has to fit "
+    "into memory.\n"
+    "\n"
+    "  FILE           the file to send, by default the README of the project\n"
+    "  -v, --verbose  show the log of both processes on standard error\n"
+    "  -h, --help     show this text and end\n"
+    "\n"
+    "The named pipes stand in the directory that the variable TMPDIR names, or in /tmp, until both are open.\n"
+    "Ends with 0 if every answer was right, with 1 after a failure and with 2 if the command line is wrong.\n";
+
+/// Reads a file as messages, one for each line. A line keeps its newline, so that the last line may go without.
+class LineReader
+{
+public:
+    explicit LineReader(const std::string& path) : m_file(path), m_block(64UL * 1024) {}
+
+    ioSize FileSize() const { return m_file.Size(); }
+
+    /// Makes a message of the next line. Returns false if there is none.
+    bool Next(std::vector<uint8_t>& message)
+    {
+        message.assign(1, static_cast<uint8_t>(Kind::Data));
+        bool complete = false;
+        while (!complete && (m_begin != m_end || Refill()))
+        {
+            const uint8_t* const newline = std::find(m_begin, m_end, '\n');
+            complete = newline != m_end;
+            const uint8_t* const next = complete ? newline + 1 : m_end;
+            message.insert(message.end(), m_begin, next);
+            m_begin = next;
+        }
+        return message.size() > 1;
+    }
+
+private:
+    bool Refill()
+    {
+        m_begin = m_block.data();
+        m_end = m_begin + m_file.Read(m_block.data(), m_block.size());
+        return m_begin != m_end;
+    }
+
+    Examples::FileReader m_file;
+    std::vector<uint8_t> m_block;
+    const uint8_t* m_begin = nullptr;
+    const uint8_t* m_end = nullptr;
+};
+
+struct Totals
+{
+    ioSize messages = 0;
+    ioSize bytes = 0;
+};
+
+/// The first process: sends the lines and checks the answers.
+Totals SendLines(IDataChannel& channel, const std::string& path)
+{
+    LineReader lines(path);
+    Examples::ProgressBar progress(lines.FileSize());
+    Examples::WaitUntilReady(channel);
+
+    Totals totals;
+    for (std::vector<uint8_t> message; lines.Next(message);)
+    {
+        Examples::Send(channel, message.data(), message.size());
+
+        // All answers have the same length, so that they can be waited for without a handler.
+        MD5Digest answer;
+        channel.Read(answer.bytes.data(), answer.bytes.size());
+        ++totals.messages;
+        if (answer != MD5Generate(message, ""))
+        {
+            throw std::runtime_error("the answer to message " + std::to_string(totals.messages) + " is wrong");
+        }
+        totals.bytes += message.size() - 1;
+        progress.Advance(message.size() - 1);
+    }
+    Examples::Send(channel, Kind::End);
+    return totals;
+}
+
+/// The second process: answers each message with the digest of all its bytes.
+void AnswerLines(IDataChannel& channel)
+{
+    Examples::Inbox inbox(channel);
+    inbox.SayReady();
+    std::vector<uint8_t> message;
+    for (inbox.Receive(message); Kind(message[0]) != Kind::End; inbox.Receive(message))
+    {
+        const MD5Digest digest = MD5Generate(message, "");
+        Examples::Send(channel, digest.bytes.data(), digest.bytes.size());
+    }
+}
+
+void Exchange(const std::vector<std::string>& operands)
+{
+    const std::string path = operands.empty() ? KITIO_README : operands[0];
+    // A file that cannot be read is reported before anything is started. It is opened again later, since the second
+    // process would inherit what is open now.
+    static_cast<void>(Examples::FileReader(path));
+
+    const auto start = std::chrono::steady_clock::now();
+    Totals totals;
+    Examples::TwoProcesses processes;
+    processes.Run([&](IDataChannel& channel) { totals = SendLines(channel, path); }, &AnswerLines);
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+
+    std::cout << totals.messages << " messages with " << totals.bytes << " bytes in " << std::fixed
+              << std::setprecision(3) << time.count() << " s, every answer was right\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    return Examples::RunProgram(argc, argv, {kHelp, 0, 1}, &Exchange);
+}

@@ -1,0 +1,220 @@
+// std_streams: numbers the lines of standard input, as a filter in a pipeline of the shell.
+//
+// It reads through DataStdInput and writes through DataStdOutput. Nothing supplies these endpoints with the process's
+// own handles yet, so each is given a pipe that is opened on /dev/stdin or /dev/stdout. That opens anew what the shell
+// has connected there, which is the same for a pipe or a terminal, but not for a file: it starts at its first byte.
+
+#include <algorithm>
+#include <csignal>
+#include <fcntl.h>
+#include <memory>
+#include <poll.h>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include <Support/LogWatch.h>
+#include <Support/Program.h>
+#include <TarselIO/KitIO.h>
+
+namespace
+{
+
+using Tarsel::SP;
+using namespace Tarsel::Core;
+
+constexpr std::size_t kBufferSize = 65536;
+
+constexpr char kHelp[] =
+    "Usage: std_streams [--verbose]\n"
+    "\n"
+    "Copies standard input to standard output and numbers the lines, like cat -n.\n"
+    "\n"
+    "  -v, --verbose  show the log of the pipes on standard error\n"
+    "  -h, --help     show this text and end\n"
+    "\n"
+    "Ends with 0 at the end of the input, with 1 after a failure, with 2 if the command line is wrong, and by SIGPIPE\n"
+    "if nobody reads the output any more.\n";
+
+/// Asks what is connected to a standard stream. A closed one must be found before anything is opened: what is opened
+/// first would get its number, and "/dev/stdout" could turn out to be the input.
+struct stat Examine(int descriptor, const std::string& name)
+{
+    struct stat status
+    {
+    };
+    if (::fstat(descriptor, &status) != 0)
+    {
+        throw std::runtime_error(name + " is closed");
+    }
+    if (S_ISSOCK(status.st_mode))
+    {
+        throw std::runtime_error(name + " is a socket, which cannot be opened anew");
+    }
+    return status;
+}
+
+/// Refuses the files of which opening anew would lose the place: input of which the first part has been read, and
+/// output that is not empty, as in "std_streams >> file".
+void CheckPlace(const struct stat& input, const struct stat& output)
+{
+    if (S_ISREG(input.st_mode) && ::lseek(STDIN_FILENO, 0, SEEK_CUR) != 0)
+    {
+        throw std::runtime_error("standard input is a file that is not at its start; use: cat | std_streams");
+    }
+    if (S_ISREG(output.st_mode) && output.st_size != 0)
+    {
+        throw std::runtime_error("standard output is a file that is not empty; use: std_streams | cat >> FILE");
+    }
+}
+
+/// Holds both ends of a named pipe. The system lets nobody open one end until somebody opens the other, and whoever did
+/// that for the shell may be gone already; with its data still in the pipe, the program would wait forever.
+class BothEnds
+{
+public:
+    BothEnds(const char* path, const struct stat& status)
+        : m_descriptor(S_ISFIFO(status.st_mode) ? ::open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC) : -1)
+    {
+    }
+    BothEnds(const BothEnds&) = delete;
+    BothEnds& operator=(const BothEnds&) = delete;
+    ~BothEnds()
+    {
+        if (m_descriptor != -1)
+        {
+            ::close(m_descriptor);
+        }
+    }
+
+private:
+    int m_descriptor;
+};
+
+/// The Raw protocol returns what a transfer has moved also when the transfer ends early; with the Default one the last
+/// part of a file would be lost.
+SP<IByteDataInput> OpenInput(const struct stat& status)
+{
+    const BothEnds bothEnds("/dev/stdin", status);
+    const SP<DataStdInput> input(new DataStdInput);
+    input->SetInputPipe(DataInputPipe::Create("/dev/stdin", std::make_unique<ByteDataInputRawProtocol>(), false));
+    return input;
+}
+
+SP<IByteDataOutput> OpenOutput(const struct stat& status)
+{
+    const BothEnds bothEnds("/dev/stdout", status);
+    const SP<DataStdOutput> output(new DataStdOutput);
+    output->SetOutputPipe(DataOutputPipe::Create("/dev/stdout", std::make_unique<ByteDataOutputRawProtocol>(), false));
+    return output;
+}
+
+/// How many bytes more can be read without waiting. A file never lets its reader wait.
+ioSize BytesWaiting(const struct stat& status)
+{
+    if (S_ISREG(status.st_mode))
+    {
+        return kBufferSize;
+    }
+    int waiting = 0;
+    return ::ioctl(STDIN_FILENO, FIONREAD, &waiting) == 0 && waiting > 0 ? static_cast<ioSize>(waiting) : 0;
+}
+
+/// Waits for a byte and takes along what has come with it; 0 at the end of the data.
+///
+/// A pipe of the library reads on until it has all that it was asked for, with the Raw protocol as well: asked for a
+/// whole buffer it would hold back the line that a person has typed until many more are there. Asked only for single
+/// bytes it would be slow.
+ioSize ReadSome(IByteDataInput& input, const struct stat& status, std::vector<std::uint8_t>& buffer)
+{
+    if (input.Read(buffer.data(), 1) == 0)
+    {
+        return 0;
+    }
+    return 1 + input.Read(buffer.data() + 1, std::min<ioSize>(BytesWaiting(status), buffer.size() - 1));
+}
+
+/// Puts a number in front of each line of a text that comes in pieces.
+class LineNumbers
+{
+public:
+    std::string Number(std::string_view piece)
+    {
+        std::string numbered;
+        for (const char character : piece)
+        {
+            if (m_atLineStart)
+            {
+                const std::string digits = std::to_string(m_next++);
+                numbered.append(kWidth - std::min(kWidth, digits.size()), ' ').append(digits) += '\t';
+            }
+            numbered += character;
+            m_atLineStart = character == '\n';
+        }
+        return numbered;
+    }
+
+private:
+    static constexpr std::size_t kWidth = 6;
+
+    std::uint64_t m_next = 1;
+    bool m_atLineStart = true;
+};
+
+/// A pipe that nobody reads any more says so when it is asked whether it takes data.
+bool ReaderHasLeft()
+{
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    return ::poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
+void WriteAll(IByteDataOutput& output, const std::string& text, const Examples::LogWatch& log)
+{
+    if (output.Write(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()) == text.size())
+    {
+        return;
+    }
+    if (ReaderHasLeft())
+    {
+        // The way in which filters end, quietly. The library had set the signal to ignored when it opened the pipes.
+        std::signal(SIGPIPE, SIG_DFL);
+        std::raise(SIGPIPE);
+    }
+    throw std::runtime_error("standard output: " + log.LastError());
+}
+
+void NumberLines()
+{
+    const struct stat inputStatus = Examine(STDIN_FILENO, "standard input");
+    const struct stat outputStatus = Examine(STDOUT_FILENO, "standard output");
+    CheckPlace(inputStatus, outputStatus);
+    const Examples::LogWatch log;
+    const SP<IByteDataInput> input = OpenInput(inputStatus);
+    const SP<IByteDataOutput> output = OpenOutput(outputStatus);
+
+    LineNumbers lines;
+    std::vector<std::uint8_t> buffer(kBufferSize);
+    while (const ioSize count = ReadSome(*input, inputStatus, buffer))
+    {
+        WriteAll(*output, lines.Number(std::string_view(reinterpret_cast<const char*>(buffer.data()), count)), log);
+    }
+    if (!log.LastError().empty())
+    {
+        throw std::runtime_error("standard input: " + log.LastError());
+    }
+    // What comes next in a group of commands, "(std_streams; date) > FILE", goes on where this program has stopped.
+    ::lseek(STDIN_FILENO, 0, SEEK_END);
+    ::lseek(STDOUT_FILENO, 0, SEEK_END);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    return Examples::RunProgram(
+        argc, argv, {kHelp, 0, 0}, [](const std::vector<std::string>& /*operands*/) { NumberLines(); });
+}
