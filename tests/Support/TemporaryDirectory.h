@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <sys/stat.h>
+
+/// A directory of the test's own, removed with all that is in it.
+class TemporaryDirectory
+{
+public:
+    TemporaryDirectory()
+    {
+        std::string name = std::filesystem::temp_directory_path() / "kitio-test-XXXXXX";
+        if (::mkdtemp(name.data()) == nullptr)
+        {
+            throw std::runtime_error("no temporary directory");
+        }
+        m_path = name;
+    }
+    ~TemporaryDirectory()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    std::string Path(const std::string& name) const { return m_path / name; }
+
+    /// Makes a named pipe and returns its path.
+    std::string Fifo(const std::string& name) const
+    {
+        if (::mkfifo(Path(name).c_str(), 0600) != 0)
+        {
+            throw std::runtime_error("no named pipe");
+        }
+        return Path(name);
+    }
+
+    /// Makes a file with this content and returns its path.
+    std::string File(const std::string& name, const std::string& content) const
+    {
+        std::ofstream(Path(name), std::ios::binary) << content;
+        return Path(name);
+    }
+
+    static std::string Content(const std::string& path)
+    {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    }
+
+private:
+    std::filesystem::path m_path;
+};
