@@ -1,6 +1,11 @@
 # shellcheck shell=bash
 # Sourced, with check_common.sh, by the checks of the programs that start a second process.
 
+# For builds with ThreadSanitizer. A process that ends because the other one is gone does not wait for its channel's thread.
+TSAN_OPTIONS="${TSAN_OPTIONS-} report_thread_leaks=0"
+TSAN_OPTIONS+=" suppressions=$(realpath -- "$(dirname -- "${BASH_SOURCE[0]}")")/tsan_suppressions.txt"
+export TSAN_OPTIONS
+
 # eventually <command> [<argument>...]: waits, at most a minute, until the command succeeds.
 eventually() {
     local deadline=$((SECONDS + 60))

@@ -19,8 +19,8 @@ int main()
     writer.Flush();
 
     DataBitInput reader(DataInputString::Create(&packed));
-    std::cout << reader.ReadBits(3) << ' ' << reader.ReadBits(7) << ' ' << reader.ReadBits(8) << " in "
-              << packed.size() << " bytes\n";
+    std::cout << reader.ReadBits(3) << ' ' << reader.ReadBits(7) << ' ' << reader.ReadBits(8) << " in " << packed.size()
+              << " bytes\n";
     try
     {
         DataInputFile::Create("/no/such/file");

@@ -49,9 +49,10 @@ INSTANTIATE_TEST_SUITE_P(Both, Names, testing::Values(&GenerateTempFileName, &Ge
 
 }  // namespace
 
-extern "C" char* tempnam(const char* directory, const char* prefix) noexcept  // NOLINT(readability-identifier-naming)
+// NOLINTNEXTLINE(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
+extern "C" char* tempnam(const char* directory, const char* prefix) noexcept
 {
-    static auto* const real = reinterpret_cast<decltype(&::tempnam)>(::dlsym(RTLD_NEXT, "tempnam"));
+    auto* const real = reinterpret_cast<decltype(&::tempnam)>(::dlsym(RTLD_NEXT, "tempnam"));
     prefixes.emplace_back(directory == nullptr ? prefix : "in a directory of its own");
     char* const name = hasNames ? real(directory, prefix) : nullptr;
     systemsName = name != nullptr ? name : "";

@@ -17,7 +17,7 @@ namespace
 
 SP<ScriptedInput> Input(const std::string& bytes, ioSize position, std::optional<ioSize> size)
 {
-    const SP<ScriptedInput> stream(new ScriptedInput(bytes));
+    SP<ScriptedInput> stream(new ScriptedInput(bytes));
     stream->SetPosition(position);
     stream->size = size;
     return stream;

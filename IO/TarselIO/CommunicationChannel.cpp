@@ -74,6 +74,8 @@ CommunicationChannel::CommunicationChannel(SP<IByteDataInput> input, SP<IByteDat
     }
 }
 
+// The wait throws only on the thread itself, which is refused before; an input whose Cancel throws ends the process.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 CommunicationChannel::~CommunicationChannel()
 {
     if (m_thread == nullptr)

@@ -45,7 +45,7 @@ public:
     /// Asks the background thread to stop, calls the input's Cancel and waits for the thread: as long as the input's
     /// Read blocks. An unread message is dropped. Must not run on the background thread, which means that a
     /// handler must not drop the last reference: that ends the process with a FATAL line in the log.
-    ~CommunicationChannel() override;
+    ~CommunicationChannel() override;  // NOLINT(bugprone-exception-escape): see the source
 
     // IRefCountable
     int AddRef() const override;

@@ -30,7 +30,8 @@ public:
             count -= take;
             // Of a count above 8 the bits on top lie above the value.
             const unsigned shifted = count < kBitsPerByte ? static_cast<unsigned>(value) >> count : 0U;
-            m_partial = static_cast<uint8_t>(m_partial << take | (shifted & ((1U << take) - 1U)));
+            m_partial =
+                static_cast<uint8_t>(static_cast<unsigned>(m_partial) << take | (shifted & ((1U << take) - 1U)));
             m_free -= take;
             if (m_free == 0)
             {

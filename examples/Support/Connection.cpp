@@ -5,12 +5,64 @@
 #include <TarselIO/CommunicationChannel.h>
 #include <TarselIO/DataInputPipe.h>
 #include <TarselIO/DataOutputPipe.h>
+#include <TarselPointer/RefCountImpl.h>
 
 namespace Examples
 {
 
 using Tarsel::SP;
 using namespace Tarsel::Core;
+
+namespace
+{
+
+/// Lets only whole messages through. A channel takes it that each read brings what it asks for, so a peer that is
+/// killed while it writes would leave a message with zero bytes in place of what is missing. Here that ends the
+/// reading.
+class WholeMessages : public virtual IByteDataInput
+{
+public:
+    explicit WholeMessages(SP<IByteDataInput> input) : m_input(std::move(input)) {}
+    ~WholeMessages() override = default;
+
+    // IRefCountable
+    int AddRef() const override { return m_refCount.AddRefImpl(); }
+    int GetRefCount() const override { return m_refCount.GetRefCountImpl(); }
+    int Release() const override
+    {
+        const int remaining = m_refCount.ReleaseImpl();
+        if (remaining == 0)
+        {
+            delete this;
+        }
+        return remaining;
+    }
+
+    // IByteDataInput
+    ioSize Read(uint8_t* data, ioSize size) override
+    {
+        // The channel reads a length and the bytes of a message by turns; nothing instead of a length is a proper end.
+        const ioSize count = m_input->Read(data, size);
+        if (count != size && m_inMessage)
+        {
+            throw PeerGone();
+        }
+        m_inMessage = !m_inMessage;
+        return count;
+    }
+
+private:
+    Tarsel::RefCountImpl m_refCount;
+    SP<IByteDataInput> m_input;
+    bool m_inMessage = false;
+};
+
+SP<IDataChannel> Join(const SP<IByteDataInput>& input, const SP<IByteDataOutput>& output)
+{
+    return CommunicationChannel::Create(SP<IByteDataInput>(new WholeMessages(input)), output, true);
+}
+
+}  // namespace
 
 // A pipe's Create returns when both its ends have been opened. So the two processes open the same pipe first; in any
 // other order each would wait for the other.
@@ -19,14 +71,14 @@ SP<IDataChannel> ConnectFirst(const PipeNames& pipes)
 {
     const SP<IByteDataOutput> output = DataOutputPipe::Create(pipes.toSecond, false);
     const SP<IByteDataInput> input = DataInputPipe::Create(pipes.toFirst, false);
-    return CommunicationChannel::Create(input, output, true);
+    return Join(input, output);
 }
 
 SP<IDataChannel> ConnectSecond(const PipeNames& pipes)
 {
     const SP<IByteDataInput> input = DataInputPipe::Create(pipes.toSecond, false);
     const SP<IByteDataOutput> output = DataOutputPipe::Create(pipes.toFirst, false);
-    return CommunicationChannel::Create(input, output, true);
+    return Join(input, output);
 }
 
 void Send(IDataChannel& channel, const uint8_t* data, ioSize size)

@@ -199,7 +199,8 @@ void operator delete(void* block, std::size_t /*size*/) noexcept
     operator delete(block);
 }
 
-// NOLINTBEGIN(readability-identifier-naming)
+// The names are given, and the parameters say what the system's headers abbreviate.
+// NOLINTBEGIN(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
 extern "C" int open(const char* path, int flags, ...)
 {
     std::va_list more;
@@ -273,4 +274,4 @@ extern "C" int ftruncate(int descriptor, off_t length) noexcept
     const auto call = [=](auto* real, size_t) { return real(descriptor, length); };
     return Use(&::ftruncate, "ftruncate", descriptor, std::to_string(length), -1, call);
 }
-// NOLINTEND(readability-identifier-naming)
+// NOLINTEND(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
