@@ -61,7 +61,7 @@ const Kind kSeekable[] = {
     Of<DataOutputFile, IDataOutput>("DataOutputFile", "/dev/null", "", "/dev/null"),
     Of<DataInputFF, IDataInput>("DataInputFF", "no/where", "", "no/where"),
     Of<DataOutputFF, IDataOutput>("DataOutputFF", "no/where", "", "no/where"),
-    Of<DataInputMemory, IDataInput>("DataInputMemory", "", "abcd", kBytes, 4),
+    Of<DataInputMemory, IDataInput>("DataInputMemory", "", "abcd", kBytes, ioSize{4}),
     Of<DataInputString, IDataInput>("DataInputString", "", "abcd", &kSource),
     Of<DataOutputString, IDataOutput>("DataOutputString", "", "", &target)};
 const Kind kBytewise[] = {Of<DataInputPipe, IByteDataInputEx>("DataInputPipe", "", "", kNoHandle),
