@@ -335,8 +335,8 @@ TEST_F(ThreadedChannel, LosesNoWakeUpToAnInterruptedReader)
         Reader interrupted(m_channel, 1);
         Reader other(m_channel, 1);
         Deliver("x");
-        // The message wakes one of them, mostly the first, which may be interrupted before it gets to the message.
-        Await([&] { return !interrupted.Waits() || !other.Waits(); });
+        // The message wakes one of them, mostly the first, which is often interrupted before it gets to the message.
+        Await([&] { return m_channel->IsDataAvaliable() || !interrupted.Waits() || !other.Waits(); });
         interrupted.thread.interrupt();
         Await([&] { return !m_channel->IsDataAvaliable(); });
     }

@@ -9,19 +9,10 @@
 
 using namespace Tarsel;
 using namespace Tarsel::Core;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace testing;
 
 namespace
 {
-
-SP<ScriptedInput> Input(const std::string& bytes, ioSize position, std::optional<ioSize> size)
-{
-    SP<ScriptedInput> stream(new ScriptedInput(bytes));
-    stream->SetPosition(position);
-    stream->size = size;
-    return stream;
-}
 
 std::string Text(const std::vector<uint8_t>& bytes)
 {
@@ -33,7 +24,7 @@ const std::function<std::string(const SP<IDataInput>&)> kReaders[] = {
     [](const auto& stream) { return StreamToBufferString(stream.get()); },
     [](const auto& stream) { return Text(StreamToBuffer(stream.get(), false)); },
     [](const auto& stream) { return Text(StreamToBuffer(stream.get(), true)); },
-    [](const auto& stream) { return MD5Generate(stream, "name").Hex(); }};
+    [](const auto& stream) { return PrintToString(MD5Generate(stream, "name")); }};
 
 }  // namespace
 
@@ -49,20 +40,19 @@ TEST(StreamTools, ReadOnceFromWhereTheStreamStands)
     };
     for (const auto& [bytes, position, size, result, end] : {Case{"abc", 0, {}, "abc", 3},
                                                              {"abc", 1, {}, {"bc\0", 3}, 3},
-                                                             {"abc", 3, {}, {"\0\0\0", 3}, 3},
                                                              {"abc", 0, 5, {"abc\0\0", 5}, 3},
                                                              {"abc", 0, 2, "ab", 2},
                                                              {"", 0, {}, "", 0}})
     {
-        const std::vector<uint8_t> buffer(result.begin(), result.end());
-        const std::string expected[] = {result, result, result + '\0', MD5Generate(buffer, "").Hex()};
+        const auto digest = MD5Generate(std::vector<uint8_t>(result.begin(), result.end()), "name");
+        const std::string expected[] = {result, result, result + '\0', PrintToString(digest)};
         for (std::size_t reader = 0; reader < 4; ++reader)
         {
-            const auto stream = Input(bytes, position, size);
-            const SP<IDataInput> same = stream;
-            EXPECT_EQ(kReaders[reader](same), expected[reader]);
+            const SP<ScriptedInput> stream(new ScriptedInput(bytes));
+            stream->SetPosition(position);
+            stream->size = size;
+            EXPECT_EQ(kReaders[reader](stream), expected[reader]);
             EXPECT_THAT(stream->reads, ElementsAre(result.size()));
-            EXPECT_THAT(stream->references, ElementsAre(2)) << "these two";
             EXPECT_EQ(stream->GetPosition(), end);
         }
     }
@@ -72,30 +62,14 @@ TEST(StreamTools, PassFailuresOn)
 {
     for (const auto& read : kReaders)
     {
-        for (const ioSize size : {~ioSize{0}, ioSize{1} << 63U})
-        {
-            const auto stream = Input("abc", 0, size);
-            EXPECT_THROW(read(stream), std::length_error);
-            EXPECT_THAT(stream->reads, IsEmpty());
-        }
-        const auto stream = Input("abc", 0, {});
+        const SP<ScriptedInput> stream(new ScriptedInput("abc"));
+        stream->size = ~ioSize{0};
+        EXPECT_THROW(read(stream), std::length_error);
+        EXPECT_THAT(stream->reads, IsEmpty());
+        stream->size.reset();
         stream->failing = {0};
         EXPECT_THROW(read(stream), std::runtime_error);
     }
-}
-
-TEST(StreamTools, TerminateWhateverTheStreamDid)
-{
-    const auto stream = Input("abc", 0, {});
-    stream->overruns = true;
-    EXPECT_EQ(Text(StreamToBuffer(stream.get(), true)), std::string("abc\0", 4));
-}
-
-TEST(StreamTools, DigestAStreamLikeItsBuffer)
-{
-    const auto digest = MD5Generate(Input("abc", 0, {}), "name");
-    EXPECT_EQ(digest, MD5Generate(std::vector<uint8_t>{'a', 'b', 'c'}, "name"));
-    EXPECT_EQ(digest.Hex(), "900150983cd24fb0d6963f7d28e17f72");
 }
 
 TEST(StreamTools, WriteABufferOnceAndAsItLies)
@@ -105,7 +79,6 @@ TEST(StreamTools, WriteABufferOnceAndAsItLies)
     ScriptedOutput output;
     EXPECT_EQ(BufferToStream(bytes, &output), 4U);
     EXPECT_EQ(output.data, bytes.data());
-    EXPECT_EQ(output.GetPosition(), 4U);
     EXPECT_EQ(BufferToStream(text, &output), 4U);
     EXPECT_EQ(static_cast<const void*>(output.data), text.data());
     EXPECT_EQ(BufferToStream(std::string(), &output) + BufferToStream(std::vector<uint8_t>(), &output), 0U);

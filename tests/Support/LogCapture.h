@@ -9,22 +9,16 @@
 
 #include <glog/logging.h>
 
-/// One line of the process log: its severity's letter (I, W, E), the source file's path from the repository root and
-/// the text.
+/// A line of the process log: its severity's letter (I, W, E), its source file from the repository root and its text.
 struct LogLine
 {
     char severity;
     std::string file;
     std::string text;
 
-    friend bool operator==(const LogLine& left, const LogLine& right)
-    {
-        return left.severity == right.severity && left.file == right.file && left.text == right.text;
-    }
-    friend std::ostream& operator<<(std::ostream& stream, const LogLine& line)
-    {
-        return stream << line.severity << ' ' << line.file << ": " << line.text;
-    }
+    std::string Shown() const { return severity + (' ' + file) + ": " + text; }
+    friend bool operator==(const LogLine& left, const LogLine& right) { return left.Shown() == right.Shown(); }
+    friend std::ostream& operator<<(std::ostream& stream, const LogLine& line) { return stream << line.Shown(); }
 };
 
 /// Collects every line that any thread logs while it is alive.
@@ -35,12 +29,6 @@ public:
     ~LogCapture() override { google::RemoveLogSink(this); }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
-
-    std::vector<LogLine> Lines() const
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_lines;
-    }
 
     /// Returns the lines so far and starts anew.
     std::vector<LogLine> Take()
@@ -74,7 +62,7 @@ private:
         }
     }
 
-    mutable std::mutex m_mutex;
+    std::mutex m_mutex;
     std::vector<LogLine> m_lines;
     std::string m_awaited;
     std::function<void()> m_action;

@@ -11,49 +11,36 @@
 #include <TarselIO/DataInputString.h>
 #include <TarselIO/DataOutputString.h>
 
+using Tarsel::Core::ioSize;
+
 // String streams that write down each call and can be told to behave oddly. Nobody may lock them: that is the affair of
 // whoever shares a stream.
 
-class ScriptedInput : public Tarsel::Core::DataInputString
+struct ScriptedInput : Tarsel::Core::DataInputString
 {
-public:
-    using ioSize = Tarsel::Core::ioSize;
+    explicit ScriptedInput(const std::string& text) : DataInputString(&bytes), bytes(text) {}
 
-    explicit ScriptedInput(const std::string& bytes) : DataInputString(&m_bytes), m_bytes(bytes) {}
-
+    std::string bytes;              // what there is to read
     std::vector<ioSize> reads;      // the sizes asked for
-    std::vector<int> references;    // how many there were during each read
     std::set<std::size_t> failing;  // the reads, from 0, that throw std::runtime_error
     std::optional<ioSize> size;     // told instead of the size
     std::optional<ioSize> result;   // returned by Read instead of its count
-    bool overruns = false;          // a read reaches for one byte more than it has room for
 
     ioSize Read(uint8_t* data, ioSize count) override
     {
         reads.push_back(count);
-        references.push_back(GetRefCount());
         if (failing.count(reads.size() - 1) != 0)
         {
             throw std::runtime_error("read");
-        }
-        if (overruns)
-        {
-            data[count] = '!';
         }
         return result.value_or(DataInputString::Read(data, count));
     }
     ioSize GetSize() const override { return size.value_or(DataInputString::GetSize()); }
     void Lock() override { ADD_FAILURE() << "locked"; }
-
-private:
-    std::string m_bytes;
 };
 
-class ScriptedOutput : public Tarsel::Core::DataOutputString
+struct ScriptedOutput : Tarsel::Core::DataOutputString
 {
-public:
-    using ioSize = Tarsel::Core::ioSize;
-
     ScriptedOutput() : DataOutputString(&bytes) {}
 
     std::string bytes;              // what was written
