@@ -2,11 +2,12 @@
 
 option(KITIO_BUILD_TESTS "Build the tests" ${KitIO_IS_TOP_LEVEL})
 option(KITIO_BUILD_EXAMPLES "Build the example programs" ${KitIO_IS_TOP_LEVEL})
+option(KITIO_BUILD_BENCHMARKS "Build the benchmarks" ${KitIO_IS_TOP_LEVEL})
 option(KITIO_INSTALL "Make the install target" ${KitIO_IS_TOP_LEVEL})
 option(KITIO_WARNINGS_AS_ERRORS "Treat compiler warnings in KitIO as errors" OFF)
 option(KITIO_COVERAGE "Measure which lines run (GCC)" OFF)
 
-set(KITIO_SANITIZE "" CACHE STRING "Sanitizer for KitIO's own targets: address, undefined, thread or none")
+set(KITIO_SANITIZE "" CACHE STRING "Sanitizer for KitIO's own targets: address, undefined, thread, or empty for none")
 set_property(CACHE KITIO_SANITIZE PROPERTY STRINGS "" address undefined thread)
 if(NOT KITIO_SANITIZE MATCHES "^(|address|undefined|thread)$")
     message(FATAL_ERROR "KITIO_SANITIZE is '${KITIO_SANITIZE}', not one of: address, undefined, thread")
