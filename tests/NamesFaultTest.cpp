@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <set>
+#include <unistd.h>
 
 #include <boost/uuid/entropy_error.hpp>
 #include <gmock/gmock.h>
@@ -27,7 +28,7 @@ constexpr char kThrower[] = "Tarsel::Core::(anonymous namespace)::SafeTempName::
 // What the system was asked for, and whether it has a name to give.
 std::vector<std::string> prefixes;
 std::string systemsName;
-bool hasNames;
+bool hasNames = true;
 
 struct Names : TestWithParam<std::string (*)()>
 {
@@ -57,6 +58,7 @@ TEST_P(Names, AreWhatTheSystemMakesOfAFreshUuid)
     for (int call = 0; call < 100; ++call)
     {
         EXPECT_EQ(GetParam()(), systemsName);
+        EXPECT_NE(::access(systemsName.c_str(), F_OK), 0) << "a name, but nothing that goes by it";
         EXPECT_EQ(device.Take(), oneDraw);
     }
     EXPECT_THAT(prefixes, Each(MatchesRegex("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}")));

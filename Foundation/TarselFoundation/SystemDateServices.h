@@ -17,7 +17,8 @@ namespace Tarsel::Foundation
 /// symbolic links are followed. A file system that keeps no birth time gives nothing; no other time stands in for it.
 ///
 /// Locale: ICU's default locale when the formatter is made. It decides the calendar, the first week of a year and the
-/// digits. ICU takes it from the environment (LC_ALL, LC_MESSAGES, LANG) once; a program may set another. Gregorian
+/// digits. ICU takes it once from the program's `setlocale(LC_MESSAGES, nullptr)` or, where
+/// that is "C", from the environment (LC_ALL, LC_MESSAGES, LANG); a program may set another. Gregorian
 /// dates before 1582-10-15 are Julian ones.
 ///
 /// Time zone: the C library's, so that dates agree with what other programs of the system show. The environment

@@ -1,9 +1,9 @@
 #include <TarselHash/MD5.h>
 
-#include <openssl/evp.h>
-
 #include <ostream>
 #include <stdexcept>
+
+#include <openssl/evp.h>
 
 namespace Tarsel::Core
 {

@@ -66,7 +66,8 @@ CommunicationChannel::CommunicationChannel(SP<IByteDataInput> input, SP<IByteDat
       m_input(std::move(input)),
       m_output(std::move(output)),
       m_handler(nullptr),
-      m_dataAvailable(false)
+      m_dataAvailable(false),
+      m_stopRequested(false)
 {
     if (m_threaded)
     {
@@ -90,8 +91,11 @@ CommunicationChannel::~CommunicationChannel()
     }
     // Neither Cancel nor the wait for the thread may be cut short by an interruption meant for the calling thread.
     const boost::this_thread::disable_interruption uninterrupted;
+    m_stopRequested = true;
     m_thread->interrupt();
     m_input->Cancel();
+    // A reader that has not seen the request holds the mutex until it waits; from then on the wake-up reaches it.
+    Lock(m_mutex).unlock();
     m_readerCondition.notify_one();
     m_threadCondition.notify_one();
     m_thread->join();
@@ -111,6 +115,8 @@ ioSize CommunicationChannel::Read(uint8_t* data, ioSize size)
     WaitForMessage(lock);
     if (!m_dataAvailable)
     {
+        // The channel is being destroyed, which wakes one reader; the others are to end as well.
+        m_readerCondition.notify_one();
         return 0;
     }
     const ioSize count = std::min<ioSize>(size, m_message.size() - m_readPosition);
@@ -141,11 +147,8 @@ void CommunicationChannel::WaitForMessage(boost::unique_lock<boost::mutex>& lock
     }
     catch (...)
     {
-        // The reader leaves by an interruption of its own thread and may have used up the wake-up of a message.
-        if (m_dataAvailable)
-        {
-            m_readerCondition.notify_one();
-        }
+        // The reader leaves by an interruption of its own thread and may have used up a wake-up.
+        m_readerCondition.notify_one();
         throw;
     }
 }
@@ -213,6 +216,7 @@ void CommunicationChannel::ReceiveMessages()
         StoreMessage(staging);
         boost::this_thread::interruption_point();
         WaitUntilTaken();
+        // The interruption point that follows the wait is the one at the top.
     }
 }
 
@@ -239,7 +243,7 @@ void CommunicationChannel::WaitUntilTaken()
 
 bool CommunicationChannel::ShouldAwakeReaderPredicate()
 {
-    return m_dataAvailable || (m_thread != nullptr && m_thread->interruption_requested());
+    return m_dataAvailable || m_stopRequested;
 }
 
 bool CommunicationChannel::ShouldAwakeThreadPredicate()

@@ -29,17 +29,23 @@ namespace Tarsel::Core
 /// - Direct: no thread; ReadHeader reads a length, Read the bytes, both straight from the input.
 ///
 /// After a frame of length 0, the end of the input or an exception in the background thread (logged once at ERROR),
-/// a threaded channel receives nothing more: a pending message can still be read, any further Read waits until the
-/// channel is destroyed. The lengths are believed as they come, so the peer has to be trusted.
+/// a threaded channel receives nothing more: a pending message can still be read, any further Read waits for good.
+/// The lengths are believed as they come, so the peer has to be trusted.
+///
+/// Two peers over pipes that both let go of their channels first would wait for each other. One of them first sends an
+/// empty frame, `Write(nullptr, 0)`, and keeps its channel until the other has gone. A message may come before a
+/// handler is installed, and is then not announced: the peer starts once it has been told that the handler is there.
 ///
 /// Write and ReadHeader take no lock: callers serialise their writes. Whoever is inside Read holds a reference.
 class TARSEL_EXPORT CommunicationChannel : public virtual IDataChannel
 {
 public:
-    /// Makes a channel over `input` and `output`, which are not null and which it holds. A threaded one starts reading
-    /// before Create returns. Throws boost::thread_resource_error when the system has no thread to give.
+    /// Makes a channel over `input` and `output`, which are not null and which it holds. The thread of a threaded one
+    /// is started before Create returns and may have read a message by then. Throws boost::thread_resource_error when
+    /// the system has no thread to give, and what allocation throws.
     static SP<IDataChannel> Create(SP<IByteDataInput> input, SP<IByteDataOutput> output, bool threaded);
 
+    /// Does the work of Create, which callers use.
     CommunicationChannel(SP<IByteDataInput> input, SP<IByteDataOutput> output, bool threaded);
 
     /// Asks the background thread to stop, calls the input's Cancel and waits for the thread: as long as the input's
@@ -55,11 +61,12 @@ public:
     // IByteDataInput
 
     /// Direct: the input's Read. Threaded: waits for a message, takes its next `size` bytes, at most what remains of
-    /// it, and returns how many; 0 when the channel is destroyed meanwhile. On an interrupted boost::thread the wait
-    /// throws boost::thread_interrupted.
+    /// it, and returns how many. On an interrupted boost::thread the wait throws boost::thread_interrupted. It ends
+    /// with 0 if the channel is being destroyed, which a caller that holds a reference never sees.
     ioSize Read(uint8_t* data, ioSize size) override;
 
-    /// The input's Cancel and nothing else, through whichever interface it is called.
+    /// The input's Cancel and nothing else, through whichever interface it is called: it neither stops the thread nor
+    /// wakes a reader.
     void Cancel() override;
 
     // INotifyingByteDataInput
@@ -78,7 +85,8 @@ public:
 
     // IByteDataOutput
 
-    /// Sends one message, by two writes on the output, and returns the second's result.
+    /// Sends one message, by two writes on the output: of the length, whose result is not looked at, and of the bytes,
+    /// whose result is returned. What the output throws passes through.
     ioSize Write(const uint8_t* data, ioSize size) override;
 
     /// The background loop; only the thread that the constructor starts runs it.
@@ -109,6 +117,7 @@ private:
     mutable boost::mutex m_mutex;
     boost::condition_variable m_threadCondition;
     boost::condition_variable m_readerCondition;
+    std::atomic<bool> m_stopRequested;  // stays set, unlike the thread's own request, which ends with its exception
 };
 
 }  // namespace Tarsel::Core

@@ -55,7 +55,8 @@ public:
         return Take(m_unread < count ? m_unread : count);
     }
 
-    /// How many bits can still be read: the rest of the current byte and what the stream has left.
+    /// How many bits can still be read: the rest of the current byte and what the stream has left. Means nothing while
+    /// the stream stands past its size, as file streams can.
     std::uint64_t BitsLeft() const;
 
     /// Drops the rest of the current byte. Does nothing at a byte boundary.

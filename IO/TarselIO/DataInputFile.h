@@ -12,8 +12,8 @@ namespace Tarsel::Core
 {
 
 /// Reads a file on disk through the standard I/O library (ISO C `fopen` with "rb"), whose buffer is the only one.
-/// Each operation is used by one thread at a time; the stream's FILE is not locked by itself.
-/// A directory opens too, as far as `fopen` allows it; its reads return 0.
+/// One thread at a time uses it: its FILE takes no lock, so no thread calls `fflush(nullptr)` or ends the process
+/// meanwhile. A directory opens too, as far as `fopen` allows it; its reads return 0 and its size means nothing.
 class TARSEL_EXPORT DataInputFile : public virtual IDataInput
 {
 public:
@@ -26,7 +26,7 @@ public:
     ~DataInputFile() override;
 
     /// True when the file is open: always, for a stream that Create returned.
-    bool Good() const;
+    bool Good();
 
     // IRefCountable
     int AddRef() const override;

@@ -43,7 +43,6 @@ DataOutputFile::DataOutputFile(const ioPath& path) : m_filename(path), m_size(0)
     {
         RaiseSystemError(openError, kConstructor);
     }
-    UseUnlocked(file);
     if (std::fseek(file, 0, SEEK_END) != 0)
     {
         RaiseSystemError(errno, kConstructor);
@@ -69,7 +68,7 @@ void DataOutputFile::Fclose(std::FILE* file)
     }
 }
 
-bool DataOutputFile::Good() const
+bool DataOutputFile::Good()
 {
     return m_file != nullptr;
 }
@@ -79,7 +78,7 @@ TARSEL_IMPLEMENT_REFCOUNT(DataOutputFile, m_refCount);
 ioSize DataOutputFile::Write(const uint8_t* data, ioSize size)
 {
     const uint8_t standIn = 0;
-    const ioSize written = std::fwrite(NotNull(data, &standIn), 1, size, m_file.get());
+    const ioSize written = std::fwrite(NotNull(data, size, &standIn), 1, size, m_file.get());
     if (std::fflush(m_file.get()) != 0)
     {
         RaiseSystemError(errno, "virtual ioSize Tarsel::Core::DataOutputFile::Write(const uint8_t *, ioSize)");

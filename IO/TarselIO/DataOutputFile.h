@@ -14,7 +14,7 @@ namespace Tarsel::Core
 
 /// Writes a file on disk through the standard I/O library (ISO C `fopen` with "wb"). Every write is flushed to the
 /// operating system before it returns, so that the write that fails is the one that reports it.
-/// Each operation is used by one thread at a time; the stream's FILE is not locked by itself.
+/// One thread at a time uses it.
 ///
 /// Every failure throws IOException with one record, TagDescription, which is the system's error text.
 class TARSEL_EXPORT DataOutputFile : public virtual IDataOutput
@@ -32,7 +32,7 @@ public:
     static void Fclose(std::FILE* file);
 
     /// True when a file is open: always, since the constructor throws otherwise.
-    bool Good() const;
+    bool Good();
 
     // IRefCountable
     int AddRef() const override;
@@ -51,7 +51,8 @@ public:
     /// The size in bytes measured when the file was opened, which is 0. GetPosition tells how much was written.
     ioSize GetSize() const override;
 
-    /// Sets the file's length: growing adds zero bytes, shrinking cuts, a position beyond the new end moves to it.
+    /// Sets the file's length in bytes, 0 to 2^63-1: growing adds zero bytes, shrinking cuts, a position beyond the new
+    /// end moves to it.
     void SetSize(ioSize size) override;
 
     /// The position of the file, 2^64-1 if the system does not tell it.

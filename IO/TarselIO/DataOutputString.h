@@ -28,16 +28,17 @@ public:
 
     // IByteDataOutput
 
-    /// Always takes all of `size` and returns it. Where the string was cut below the position, zero bytes fill the
-    /// gap. Throws what lengthening the string throws, and std::length_error for an end beyond 2^64; then nothing
-    /// has changed.
+    /// Always takes all of `size` and returns it. `data` does not lie in the string. Where the string was cut below the
+    /// position, zero bytes fill the gap. Throws what lengthening the string throws, and std::length_error for an end
+    /// beyond 2^64; then nothing has changed.
     ioSize Write(const uint8_t* data, ioSize size) override;
 
     // IDataOutput
     const ioPath& GetFilename() const override;  ///< always empty
     ioSize GetSize() const override;
 
-    /// Makes the string exactly `size` bytes long. Throws what lengthening the string throws.
+    /// Makes the string exactly `size` bytes long; a position beyond the new end moves to it. Throws what lengthening
+    /// the string throws.
     void SetSize(ioSize size) override;
 
     ioSize GetPosition() const override;

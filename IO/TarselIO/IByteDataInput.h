@@ -18,8 +18,8 @@ protected:
 
 public:
     /// Copies at most `size` bytes to `data` and returns how many it copied. A short count is no error; 0 means the
-    /// end of the data, or a `size` of 0. `data` has room for `size` bytes and is not kept after the call. May block
-    /// where the bytes come from another process or thread.
+    /// end of the data or a `size` of 0; in pipes and endpoints also a failure, of which the log tells. `data` has room
+    /// for `size` bytes and is not kept after the call. May block where the bytes come from another process or thread.
     virtual ioSize Read(uint8_t* data, ioSize size) = 0;
 
     /// Asks a blocked Read to give up, where the implementation can. This default does nothing.

@@ -11,7 +11,8 @@ class TARSEL_EXPORT IDataAvailableHandler
 {
 public:
     /// A message of `size` bytes has arrived. Called on the channel's own thread while the channel is locked: return
-    /// promptly and call nothing of that channel but Write.
+    /// promptly and call nothing of that channel but Write. If it
+    /// throws, the message can still be read, and the channel receives nothing more.
     virtual void OnDataAvailable(ioSize size) = 0;
 
     // After the notification, which is the first slot by contract.

@@ -6,6 +6,10 @@
 #include <TarselException/StackDebugInfo.h>
 #include <TarselExport/Export.h>
 #include <TarselFilesystem/ioPath.h>
+#include <TarselFoundation/IDateFormatter.h>
+#include <TarselFoundation/IDateServices.h>
+#include <TarselFoundation/Instant.h>
+#include <TarselFoundation/SystemDateServices.h>
 #include <TarselHash/MD5.h>
 #include <TarselIO/AutoLock.h>
 #include <TarselIO/CommunicationChannel.h>

@@ -56,8 +56,10 @@ std::string TemporaryFiles::MakeFile(const std::filesystem::path& directory)
 {
     const auto newName = [&directory]
     {
-        const std::filesystem::path name = Tarsel::Core::GenerateTempFileName();
-        return (directory / ("." + name.filename().string() + ".part")).string();
+        std::filesystem::path name = ".";
+        name += std::filesystem::path(Tarsel::Core::GenerateTempFileName()).filename();
+        name += ".part";
+        return (directory / name).string();
     };
     return Keep(MakeUnderNewName(newName, &MakeEmptyFile));
 }

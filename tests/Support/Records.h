@@ -42,7 +42,7 @@ Records RecordsOf(const E& error)
             Record<boost::throw_function>(error).value_or("")};
 }
 
-/// Runs `action`, which must throw exactly that kind of exception, and returns what it carries.
+/// Runs `action`, which must throw that kind of exception, and returns what it carries.
 template <class E = Tarsel::Core::IOException, class Action>
 Records Thrown(Action action)
 {

@@ -110,18 +110,19 @@ MemoryLimits& ThisThreadsMemory()
     return memory;
 }
 
-void* operator new(std::size_t size)
+// Not inlined: an optimizer that sees only one of the pair takes malloc and free for a mismatch.
+__attribute__((noinline)) void* operator new(std::size_t size)
 {
     void* const block = size <= ThisThreadsMemory().largest ? std::malloc(size) : nullptr;
     return block != nullptr ? block : throw std::bad_alloc();
 }
 
-void operator delete(void* block) noexcept
+__attribute__((noinline)) void operator delete(void* block) noexcept
 {
     std::free(block);
 }
 
-void operator delete(void* block, std::size_t /*size*/) noexcept
+__attribute__((noinline)) void operator delete(void* block, std::size_t /*size*/) noexcept
 {
     std::free(block);
 }

@@ -1,14 +1,14 @@
 #include <TarselFoundation/Internal/IcuDateFormatter.h>
 
+#include <cmath>
+#include <cstdint>
+#include <new>
+
 #include <unicode/locid.h>
 #include <unicode/parsepos.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 #include <unicode/unistr.h>
-
-#include <cmath>
-#include <cstdint>
-#include <new>
 
 #include <TarselFoundation/Internal/LocalTimeZone.h>
 

@@ -4,6 +4,13 @@
 
 #include <boost/throw_exception.hpp>
 
+// GCC 12 does not tell the column.
+#if __has_builtin(__builtin_COLUMN)
+#define TARSEL_COLUMN __builtin_COLUMN()
+#else
+#define TARSEL_COLUMN 0
+#endif
+
 namespace Tarsel::Core
 {
 
@@ -15,8 +22,9 @@ class ThrowSite
 public:
     constexpr ThrowSite(const char* function,
                         const char* file = __builtin_FILE(),
-                        std::uint_least32_t line = __builtin_LINE())
-        : m_location(file, line, function)
+                        std::uint_least32_t line = __builtin_LINE(),
+                        std::uint_least32_t column = TARSEL_COLUMN)
+        : m_location(file, line, function, column)
     {
     }
 

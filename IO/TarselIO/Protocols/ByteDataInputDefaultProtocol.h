@@ -11,6 +11,8 @@ class TARSEL_EXPORT ByteDataInputDefaultProtocol : public virtual IByteDataInput
 {
 public:
     ByteDataInputDefaultProtocol();
+    ByteDataInputDefaultProtocol(const ByteDataInputDefaultProtocol&) = delete;
+    ByteDataInputDefaultProtocol& operator=(const ByteDataInputDefaultProtocol&) = delete;
     ~ByteDataInputDefaultProtocol() override;
 
     ioSize Read(uint8_t* data, ioSize size) override;

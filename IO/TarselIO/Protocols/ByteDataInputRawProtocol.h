@@ -10,6 +10,8 @@ class TARSEL_EXPORT ByteDataInputRawProtocol : public virtual IByteDataInputProt
 {
 public:
     ByteDataInputRawProtocol();
+    ByteDataInputRawProtocol(const ByteDataInputRawProtocol&) = delete;
+    ByteDataInputRawProtocol& operator=(const ByteDataInputRawProtocol&) = delete;
     ~ByteDataInputRawProtocol() override;
 
     ioSize Read(uint8_t* data, ioSize size) override;

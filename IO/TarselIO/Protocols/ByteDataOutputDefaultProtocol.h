@@ -11,6 +11,8 @@ class TARSEL_EXPORT ByteDataOutputDefaultProtocol : public virtual IByteDataOutp
 {
 public:
     ByteDataOutputDefaultProtocol();
+    ByteDataOutputDefaultProtocol(const ByteDataOutputDefaultProtocol&) = delete;
+    ByteDataOutputDefaultProtocol& operator=(const ByteDataOutputDefaultProtocol&) = delete;
     ~ByteDataOutputDefaultProtocol() override;
 
     ioSize Write(const uint8_t* data, ioSize size) override;

@@ -10,6 +10,8 @@ class TARSEL_EXPORT ByteDataOutputRawProtocol : public virtual IByteDataOutputPr
 {
 public:
     ByteDataOutputRawProtocol();
+    ByteDataOutputRawProtocol(const ByteDataOutputRawProtocol&) = delete;
+    ByteDataOutputRawProtocol& operator=(const ByteDataOutputRawProtocol&) = delete;
     ~ByteDataOutputRawProtocol() override;
 
     ioSize Write(const uint8_t* data, ioSize size) override;
