@@ -21,7 +21,8 @@ succeed '^1 messages with 20000000 bytes' message_exchange long
 run 0 message_exchange --verbose lines
 grep -q ' bytes have been read' stderr
 if grep '^[EW]' stderr; then false; fi
-script -qec "$bin/message_exchange long" /dev/null | grep -q '#\] 100 %'
+script -qec "'$bin/message_exchange' long" screen >stdout
+grep -q '#\] 100 %' screen
 
 mkfifo fifo
 refuse 'none: .*: No such file or directory' message_exchange none
