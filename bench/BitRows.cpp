@@ -89,11 +89,11 @@ void AddReadRow(ioSize width)
 
 void AddBitRows()
 {
-    for (const ioSize width : {1, 3, 8, 12, 32, 64})
+    for (const ioSize width : {1U, 3U, 8U, 12U, 32U, 64U})
     {
         AddReadRow(width);
     }
-    for (const ioSize width : {1, 3, 8})
+    for (const ioSize width : {1U, 3U, 8U})
     {
         AddWriteRow("bit writer, " + std::to_string(width) + " bits",
                     width,

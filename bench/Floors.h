@@ -140,7 +140,8 @@ public:
             const ioSize take = std::min(m_free, count);
             count -= take;
             m_free -= take;
-            m_byte = static_cast<uint8_t>((m_byte << take) | ((value >> count) & ((1U << take) - 1U)));
+            m_byte =
+                static_cast<uint8_t>((unsigned{m_byte} << take) | ((unsigned{value} >> count) & ((1U << take) - 1U)));
             if (m_free == 0)
             {
                 m_output->Write(&m_byte, 1);

@@ -44,4 +44,9 @@ void Expect(benchmark::State& state, bool done)
     }
 }
 
+void ExpectMoved(benchmark::State& state, ioSize moved, ioSize size)
+{
+    Expect(state, moved == size * static_cast<ioSize>(state.iterations()));
+}
+
 }  // namespace Bench

@@ -35,6 +35,9 @@ constexpr ioSize kSampleSize = 4 * kMiB;
 /// Makes the run an error, so that the program fails, unless the work was done as it should be.
 void Expect(benchmark::State& state, bool done);
 
+/// The same for rounds that move `size` bytes each and should have moved `moved` bytes in all.
+void ExpectMoved(benchmark::State& state, ioSize moved, ioSize size);
+
 /// Makes the compiler believe that somebody looks at `value` and at all memory. Taken by value:
 /// benchmark::DoNotOptimize of an lvalue lets GCC 12 assume that the variable was changed, or was not, as it likes.
 inline void Keep(std::uint64_t value)

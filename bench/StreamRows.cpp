@@ -46,7 +46,7 @@ void MeasureRead(State& state, const Stream& stream, ioSize size, ioSize total)
             left = total;
         }
     }
-    Expect(state, moved == size * state.iterations());
+    ExpectMoved(state, moved, size);
 }
 
 /// Writes `size` bytes a call; `restart` prepares the target for the next `total` bytes.
@@ -66,7 +66,7 @@ void MeasureWrite(State& state, const Stream& stream, ioSize size, ioSize total,
             left = total;
         }
     }
-    Expect(state, moved == size * state.iterations());
+    ExpectMoved(state, moved, size);
 }
 
 void AddMemoryRow(ioSize size)
