@@ -3,7 +3,7 @@
 
 # For builds with ThreadSanitizer. A process that ends because the other one is gone does not wait for its channel's thread.
 TSAN_OPTIONS="${TSAN_OPTIONS-} report_thread_leaks=0"
-TSAN_OPTIONS+=" suppressions=$(realpath -- "$(dirname -- "${BASH_SOURCE[0]}")")/tsan_suppressions.txt"
+TSAN_OPTIONS+=" suppressions='$(realpath -- "$(dirname -- "${BASH_SOURCE[0]}")")/tsan_suppressions.txt'"
 export TSAN_OPTIONS
 
 # eventually <command> [<argument>...]: waits, at most a minute, until the command succeeds.
