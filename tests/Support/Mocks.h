@@ -39,7 +39,7 @@ public:
 
     MOCK_METHOD(ioSize, Move, (const uint8_t*, ioSize));
     MOCK_METHOD(void, Bind, (const void*));
-    MOCK_METHOD(void, Die, ());
+    MOCK_METHOD(void, Die, (), (noexcept));
 
     ioSize Read(uint8_t* data, ioSize size) override { return Move(data, size); }
     ioSize Write(const uint8_t* data, ioSize size) override { return Move(data, size); }
