@@ -36,7 +36,7 @@ int main()
     }
     catch (const Tarsel::Exception& error)
     {
-        std::cout << boost::diagnostic_information(error);  // every record, and the file and function of the throw
+        std::cout << boost::diagnostic_information(error);  // every record, with the place of the throw
         if (const auto* reason = boost::get_error_info<Tarsel::ErrorDetails>(error))
         {
             std::cout << "The system says: " << *reason << '\n';
