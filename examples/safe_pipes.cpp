@@ -108,7 +108,7 @@ void Drain(const std::string& fifo, const std::future<ioSize>& writer)
     const int end = ::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     for (char lost[4096]; writer.wait_for(std::chrono::seconds(0)) != std::future_status::ready;)
     {
-        static_cast<void>(::read(end, lost, sizeof(lost)));
+        [[maybe_unused]] const ssize_t taken = ::read(end, lost, sizeof(lost));
     }
     ::close(end);
 }
