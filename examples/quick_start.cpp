@@ -1,8 +1,9 @@
-// Packs three numbers into 3 bytes, reads them back and shows what an error tells.
+// Packs three numbers into 3 bytes, reads them back, and shows what an error tells.
 
 #include <iostream>
 #include <string>
 
+#include <boost/exception/diagnostic_information.hpp>
 #include <boost/exception/get_error_info.hpp>
 
 #include <TarselIO/KitIO.h>
@@ -18,16 +19,27 @@ int main()
     writer.WriteBits(200, 8);
     writer.Flush();
 
-    DataBitInput reader(DataInputString::Create(&packed));
-    std::cout << reader.ReadBits(3) << ' ' << reader.ReadBits(7) << ' ' << reader.ReadBits(8) << " in " << packed.size()
-              << " bytes\n";
+    const auto stream = DataInputString::Create(&packed);
+    DataBitInput reader(stream);
+    std::cout << reader.ReadBits(3) << ' ' << reader.ReadBits(7) << ' ' << reader.ReadBits(8);
+    {
+        // Threads that share a stream do this; here there is only one.
+        const Tarsel::AutoLock guard(stream.get());
+        stream->SetPosition(0);
+        const std::string content = StreamToBufferString(stream.get());
+        std::cout << " in " << content.size() << " bytes\n";
+    }
+
     try
     {
         DataInputFile::Create("/no/such/file");
     }
-    catch (const IOException& error)
+    catch (const Tarsel::Exception& error)
     {
-        std::cout << *boost::get_error_info<Tarsel::ErrorFilename>(error) << ": "
-                  << *boost::get_error_info<Tarsel::ErrorDetails>(error) << '\n';
+        std::cout << boost::diagnostic_information(error);  // every record, with the place of the throw
+        if (const auto* reason = boost::get_error_info<Tarsel::ErrorDetails>(error))
+        {
+            std::cout << "The system says: " << *reason << '\n';
+        }
     }
 }

@@ -20,8 +20,8 @@ public:
         Descr(const Descr&) = delete;
         Descr& operator=(const Descr&) = delete;
 
-        const char* File() const noexcept { return m_file; }
-        const char* Function() const noexcept { return m_function; }
+        const char* File() const noexcept { return m_file; }          ///< the first text
+        const char* Function() const noexcept { return m_function; }  ///< the second text
 
         /// The marker around this one on the same thread, or null.
         const Descr* Outer() const noexcept { return m_outer; }

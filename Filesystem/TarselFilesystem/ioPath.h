@@ -18,9 +18,9 @@ public:
 
     /// From UTF-8 text, which is taken as it stands: nothing is checked, resolved or normalised.
     ioPath(const std::string& utf8);
-    ioPath(const char* utf8);
+    ioPath(const char* utf8);  ///< the same; not null
 
-    ioPath(const std::filesystem::path& path);
+    ioPath(const std::filesystem::path& path);  ///< the same path
 
     /// The path as UTF-8 text.
     std::string utf8string() const;
@@ -40,7 +40,9 @@ public:
 
     /// Paths are compared as text by their components: "a//b" equals "a/b", "a/../b" does not equal "b".
     friend TARSEL_EXPORT bool operator==(const ioPath& left, const ioPath& right);
-    friend TARSEL_EXPORT bool operator!=(const ioPath& left, const ioPath& right);
+    friend TARSEL_EXPORT bool operator!=(const ioPath& left, const ioPath& right);  ///< the opposite of ==
+
+    /// Orders paths by the text of their components.
     friend TARSEL_EXPORT bool operator<(const ioPath& left, const ioPath& right);
 
     /// Writes the UTF-8 text, without quotation marks.

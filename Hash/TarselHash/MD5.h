@@ -26,7 +26,7 @@ struct TARSEL_EXPORT MD5Digest
 
     /// Equal when both the bytes and the text are.
     friend TARSEL_EXPORT bool operator==(const MD5Digest& left, const MD5Digest& right);
-    friend TARSEL_EXPORT bool operator!=(const MD5Digest& left, const MD5Digest& right);
+    friend TARSEL_EXPORT bool operator!=(const MD5Digest& left, const MD5Digest& right);  ///< the opposite of ==
 
     /// Writes the line that md5sum prints, without a newline: the hexadecimal digits, two blanks, the text.
     friend TARSEL_EXPORT std::ostream& operator<<(std::ostream& stream, const MD5Digest& digest);

@@ -14,7 +14,8 @@ namespace Tarsel
 class TARSEL_EXPORT AutoLock
 {
 public:
-    /// Locks `lockable`, which must outlive the guard. Null makes a guard that does nothing.
+    /// Locks `lockable`, which must outlive the guard. Null makes a guard that does nothing. What Lock throws passes
+    /// through.
     explicit AutoLock(ILockable* lockable);
 
     /// Unlocks. An exception that Unlock throws here ends the process.

@@ -60,9 +60,10 @@ public:
 
     // IByteDataInput
 
-    /// Direct: the input's Read. Threaded: waits for a message, takes its next `size` bytes, at most what remains of
-    /// it, and returns how many. On an interrupted boost::thread the wait throws boost::thread_interrupted. It ends
-    /// with 0 if the channel is being destroyed, which a caller that holds a reference never sees.
+    /// Takes bytes of a message. Direct: the input's Read. Threaded: waits for a message, takes its next `size` bytes,
+    /// at most what remains of it, and returns how many. On an interrupted boost::thread the wait throws
+    /// boost::thread_interrupted. It ends with 0 if the channel is being destroyed, which a caller that holds a
+    /// reference never sees.
     ioSize Read(uint8_t* data, ioSize size) override;
 
     /// The input's Cancel and nothing else, through whichever interface it is called: it neither stops the thread nor

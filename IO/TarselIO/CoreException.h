@@ -9,9 +9,10 @@ namespace Tarsel::Core
 class TARSEL_EXPORT CoreException : public virtual Exception
 {
 public:
+    /// Without records; whoever throws attaches them.
     CoreException();
-    CoreException(const CoreException&) = default;
-    CoreException& operator=(const CoreException&) = default;
+    CoreException(const CoreException&) = default;             ///< keeps the records
+    CoreException& operator=(const CoreException&) = default;  ///< keeps the records
     ~CoreException() noexcept override;
 };
 

@@ -16,6 +16,7 @@ public:
     /// Any path will do, whether or not something is there.
     static SP<IDataInput> Create(const ioPath& path);
 
+    /// Does the work of Create, which callers use.
     explicit DataInputFF(const ioPath& path);
     ~DataInputFF() override;
 

@@ -17,6 +17,7 @@ public:
     /// A stream over the `size` bytes at `data`, at position 0. Null is fine for a size of 0.
     static SP<IDataInput> Create(const uint8_t* data, ioSize size);
 
+    /// Does the work of Create, which callers use.
     DataInputMemory(const uint8_t* data, ioSize size);
     ~DataInputMemory() override;
 

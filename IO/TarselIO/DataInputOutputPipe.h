@@ -37,8 +37,10 @@ public:
     /// The native handle, null while there is none.
     void* GetPipeHandle();
 
-    /// Install a side, or remove it with null.
+    /// Installs the side that is read from, or removes it with null. Not while the endpoint is in use.
     void SetInputPipe(SP<IByteDataInput> input);
+
+    /// Installs the side that is written to, or removes it with null. Not while the endpoint is in use.
     void SetOutputPipe(SP<IByteDataOutput> output);
 
     // IRefCountable

@@ -34,8 +34,10 @@ public:
     /// logs nothing.
     static SP<IByteDataInputEx> Create(void* handle, std::unique_ptr<IByteDataInputProtocol> protocol);
 
-    /// Do the work of the factories, which callers use. No protocol is installed.
+    /// Opens the pipe for the named factories, which callers use. No protocol is installed.
     DataInputPipe(const std::string& name, bool);
+
+    /// A pipe without a descriptor, for the factory that takes a handle. No protocol is installed.
     explicit DataInputPipe(void* handle);
 
     /// Closes the descriptor. A failure to do so is logged.

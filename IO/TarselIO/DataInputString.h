@@ -19,6 +19,7 @@ public:
     /// A stream over `*source`, at position 0. `source` is not null.
     static SP<IDataInput> Create(const std::string* source);
 
+    /// Does the work of Create, which callers use.
     explicit DataInputString(const std::string* source);
     ~DataInputString() override;
 

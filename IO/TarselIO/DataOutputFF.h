@@ -16,6 +16,7 @@ public:
     /// Any path will do, whether or not something is there.
     static SP<IDataOutput> Create(const ioPath& path);
 
+    /// Does the work of Create, which callers use.
     explicit DataOutputFF(const ioPath& path);
     ~DataOutputFF() override;
 

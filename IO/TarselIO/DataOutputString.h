@@ -18,6 +18,7 @@ public:
     /// A stream over `*target`, at position 0: the first write overwrites what the string holds. `target` is not null.
     static SP<IDataOutput> Create(std::string* target);
 
+    /// Does the work of Create, which callers use.
     explicit DataOutputString(std::string* target);
     ~DataOutputString() override;
 

@@ -17,9 +17,10 @@ namespace Tarsel
 class TARSEL_EXPORT Exception : public virtual std::exception, public virtual boost::exception
 {
 public:
+    /// Without records; whoever throws attaches them.
     Exception();
-    Exception(const Exception&) = default;
-    Exception& operator=(const Exception&) = default;
+    Exception(const Exception&) = default;             ///< keeps the records
+    Exception& operator=(const Exception&) = default;  ///< keeps the records
     ~Exception() noexcept override;
 };
 

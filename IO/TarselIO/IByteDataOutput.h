@@ -17,8 +17,9 @@ protected:
     ~IByteDataOutput() override;
 
 public:
-    /// Takes up to `size` bytes from `data` and returns how many it accepted. `data` is not kept after the call. May
-    /// block where the bytes go to another process or thread.
+    /// Takes up to `size` bytes from `data` and returns how many it accepted; in pipes and endpoints, fewer means a
+    /// failure, of which the log tells. `data` is not kept after the call. May block where the bytes go to another
+    /// process or thread.
     virtual ioSize Write(const uint8_t* data, ioSize size) = 0;
 
     /// Asks a blocked operation to give up, where the implementation can. This default does nothing.

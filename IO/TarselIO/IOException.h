@@ -12,9 +12,10 @@ class TARSEL_EXPORT IOException : public virtual CoreException
 public:
     struct TagSeek;  ///< ioSize: the position that SetPosition was asked for
 
+    /// Without records; whoever throws attaches them.
     IOException();
-    IOException(const IOException&) = default;
-    IOException& operator=(const IOException&) = default;
+    IOException(const IOException&) = default;             ///< keeps the records
+    IOException& operator=(const IOException&) = default;  ///< keeps the records
     ~IOException() noexcept override;
 };
 

@@ -1,0 +1,260 @@
+// The recipes of docs/safety.md at work on real pipes and processes. Prints a line for each claim that it has proved.
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <future>
+#include <iostream>
+#include <spawn.h>
+#include <stdexcept>
+#include <string>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
+
+#include <Support/Program.h>
+#include <TarselIO/KitIO.h>
+
+namespace
+{
+
+using Tarsel::SP;
+using namespace Tarsel::Core;
+
+/// Returns the result of a system call, or throws what `errno` says when that is -1.
+int Check(int result, const std::string& what)
+{
+    return result != -1 ? result : throw std::system_error(errno, std::generic_category(), what);
+}
+
+/// Makes a folder that only this user can enter (0700), under a name that was free.
+std::string MakeOwnFolder()
+{
+    std::string path = std::filesystem::temp_directory_path() / "pipes.XXXXXX";
+    Check(::mkdtemp(path.data()) != nullptr ? 0 : -1, path);
+    return path;
+}
+
+/// Makes a FIFO that only this user can open. Names are proposals: for one that is taken another one is asked.
+std::string MakeFifo(const std::string& folder, const std::function<std::string()>& proposeName)
+{
+    std::string path;
+    int made = 0;
+    do
+    {
+        path = folder + '/' + std::filesystem::path(proposeName()).filename().string();
+        made = ::mkfifo(path.c_str(), 0600);
+    } while (made == -1 && errno == EEXIST);
+    Check(made, path);
+    return path;
+}
+
+/// Whether `path` itself, not what a link leads to, is of this type and open to this user alone.
+bool IsOurs(const std::string& path, mode_t type)
+{
+    struct stat status = {};
+    return ::lstat(path.c_str(), &status) == 0 && (status.st_mode & S_IFMT) == type && status.st_uid == ::geteuid() &&
+           (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+}
+
+/// Starts a program that gets the standard streams and no other descriptor, and that SIGPIPE ends as usual.
+pid_t SpawnClean(char* const* words)
+{
+    sigset_t restored;
+    ::sigemptyset(&restored);
+    ::sigaddset(&restored, SIGPIPE);
+    posix_spawnattr_t attributes;
+    ::posix_spawnattr_init(&attributes);
+    ::posix_spawnattr_setsigdefault(&attributes, &restored);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    posix_spawn_file_actions_t files;
+    ::posix_spawn_file_actions_init(&files);
+    ::posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+    pid_t child = 0;
+    errno = ::posix_spawn(&child, words[0], &files, &attributes, words, environ);
+    Check(errno == 0 ? 0 : -1, words[0]);
+    ::posix_spawn_file_actions_destroy(&files);
+    ::posix_spawnattr_destroy(&attributes);
+    return child;
+}
+
+/// Forks a child that does without what it inherits: it closes all of it, releases no object and never returns.
+pid_t ForkClean()
+{
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        ::close_range(STDERR_FILENO + 1, ~0U, 0);
+        ::pause();  // in place of the child's own work
+        ::_exit(0);
+    }
+    return child;
+}
+
+/// Takes the place of a FIFO's one writer. Returns the descriptor that holds it, or -1 while somebody else does.
+int ClaimWriter(const std::string& fifo)
+{
+    const int lock = ::open((fifo + ".writer").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    return ::flock(lock, LOCK_EX | LOCK_NB) == 0 ? lock : (::close(lock), -1);
+}
+
+/// Frees a writer whose peer does not read: takes what stands in the FIFO, and lets it be lost.
+void Drain(const std::string& fifo, const std::future<ioSize>& writer)
+{
+    const int end = ::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    for (char lost[4096]; writer.wait_for(std::chrono::seconds(0)) != std::future_status::ready;)
+    {
+        [[maybe_unused]] const ssize_t taken = ::read(end, lost, sizeof(lost));
+    }
+    ::close(end);
+}
+
+/// Ends the reading of a channel whose peer is silent: puts an empty frame into the FIFO that the channel reads.
+bool EndReading(const std::string& fifo)
+{
+    const ioSize empty = 0;
+    const int end = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    const bool written = end != -1 && ::write(end, &empty, sizeof(empty)) == sizeof(empty);
+    ::close(end);
+    return written;
+}
+
+// The rest proves that these do what they say, and why they are needed.
+
+void Require(bool proof, const char* claim)
+{
+    std::cout << (proof ? claim : throw std::runtime_error(std::string("not true: ") + claim)) << std::endl;
+}
+
+/// Both ends of a FIFO. Each waits in its Create for the other one.
+struct Ends
+{
+    SP<IByteDataOutput> output;
+    SP<IByteDataInput> input;
+};
+
+Ends Open(const std::string& fifo)
+{
+    auto input = std::async(std::launch::async, [&fifo] { return DataInputPipe::Create(fifo, false); });
+    return {DataOutputPipe::Create(fifo, false), input.get()};
+}
+
+SP<IDataChannel> Listen(const SP<IByteDataInput>& input)
+{
+    static std::string unused;
+    return CommunicationChannel::Create(input, DataOutputString::Create(&unused), true);
+}
+
+/// Runs a script by the recipe or plainly, and returns how it ended as `waitpid` tells it.
+int RunShell(std::string script, bool clean, std::string argument = "")
+{
+    std::string shell = "/bin/sh";
+    std::string option = "-c";
+    char* const words[] = {shell.data(), option.data(), script.data(), shell.data(), argument.data(), nullptr};
+    pid_t child = 0;
+    int status =
+        clean ? (child = SpawnClean(words), 0) : ::posix_spawn(&child, words[0], nullptr, nullptr, words, environ);
+    ::waitpid(child, &status, 0);
+    return status;
+}
+
+void ProveNames(const std::string& folder)
+{
+    const std::string planted = folder + "/planted";
+    uint8_t byte = 0;
+    DataOutputFile::Create(planted)->Write(&byte, 1);
+    int asked = 0;
+    const std::string fifo = MakeFifo(folder, [&] { return ++asked == 1 ? planted : GeneratePipeName(); });
+    std::filesystem::create_symlink(fifo, folder + "/link");
+    Require(asked == 2 && fifo != planted, "A name that is taken is not used");
+    Require(DataInputPipe::Create(planted, false)->Read(&byte, 1) == 1, "A pipe opens whatever stands under its name");
+    Require(!IsOurs(planted, S_IFIFO) && !IsOurs(folder + "/link", S_IFIFO), "The check finds them");
+    Require(IsOurs(folder, S_IFDIR) && IsOurs(fifo, S_IFIFO), "The check passes the FIFO and its folder");
+}
+
+void ProveChildren(const std::string& fifo)
+{
+    Ends ends = Open(fifo);
+    const std::string dieOfSignal = "kill -PIPE $$";
+    const std::string holdNoPipe = "for f in /proc/$$/fd/[3-9] /proc/$$/fd/??*; do [ ! -p $f ] || exit 1; done";
+    Require(RunShell(dieOfSignal, false) == 0, "A program that is started plainly ignores SIGPIPE");
+    Require(RunShell(holdNoPipe, false) != 0, "It also holds the ends of the pipes");
+    Require(WTERMSIG(RunShell(dieOfSignal, true)) == SIGPIPE, "By the recipe it is ended by SIGPIPE");
+    Require(RunShell(holdNoPipe, true) == 0, "By the recipe it holds no pipe");
+    const pid_t child = ForkClean();
+    ends.output = nullptr;
+    uint8_t byte = 0;
+    Require(ends.input->Read(&byte, 1) == 0 && ::kill(child, SIGKILL) == 0, "A forked child holds no pipe either");
+    ::waitpid(child, nullptr, 0);
+}
+
+/// The last of `count` messages of 10 bytes, from a sender that is killed after it has sent `bytes`.
+std::string LastMessage(const std::string& fifo, const std::string& bytes, int count)
+{
+    auto sender =
+        std::async(std::launch::async, RunShell, "exec >\"$1\"; printf '" + bytes + "'; kill -KILL $$", true, fifo);
+    const SP<IDataChannel> channel = Listen(DataInputPipe::Create(fifo, false));
+    std::string message(10, '?');
+    for (; count != 0; --count)
+    {
+        channel->Read(reinterpret_cast<uint8_t*>(message.data()), message.size());
+    }
+    return message;
+}
+
+void ProveMessages(const std::string& fifo)
+{
+    const std::string ten = R"(\012\000\000\000\000\000\000\000)";
+    Require(LastMessage(fifo, ten + "abcd", 1) == std::string("abcd\0\0\0\0\0\0", 10), "A cut message ends in zeros");
+    Require(LastMessage(fifo, ten + "0123456789" + ten + "abcd", 2) == "abcd456789", "Or in bytes of an earlier one");
+    const Ends ends = Open(fifo);
+    const SP<IDataChannel> channel = Listen(ends.input);  // released at the end, before `ends`
+    Require(EndReading(fifo), "A program can send its own channel an empty frame: the peer is silent, this goes on");
+}
+
+void ProveWriters(const std::string& fifo)
+{
+    Ends ends = Open(fifo);
+    const int lock = ClaimWriter(fifo);
+    Require(lock != -1 && ClaimWriter(fifo) == -1, "The place of the one writer is taken once");
+    ::close(lock);
+    const SP<IByteDataOutput> second = DataOutputPipe::Create(fifo, false);
+    SP<IDataChannel> channel = CommunicationChannel::Create(ends.input, second, false);
+    const uint8_t length[8] = {1};
+    uint8_t byte = 'x';
+    ends.output->Write(length, sizeof(length));
+    channel->Write(&byte, 1);
+    Require(channel->ReadHeader() == 1 && channel->Read(&byte, 1) == 1 && byte != 'x', "Two writers mix their frames");
+    channel = nullptr;  // it holds the input as well
+    const std::vector<uint8_t> much(1U << 20U);
+    const auto write = [&] { return ends.output->Write(much.data(), much.size()); };
+    auto writer = std::async(std::launch::async, write);
+    Drain(fifo, writer);
+    Require(writer.get() == much.size(), "Draining the FIFO frees a writer whose peer does not read");
+    writer = std::async(std::launch::async, write);
+    ends.input = nullptr;
+    Require(writer.get() == 0, "So does the end of the last reader: 0 is returned, and no signal comes");
+}
+
+void ProveAll(const std::vector<std::string>& /*operands*/)
+{
+    ::alarm(120);  // what is not true may well hang
+    const std::string folder = MakeOwnFolder();
+    const std::string fifo = MakeFifo(folder, &GeneratePipeName);
+    ProveNames(folder);
+    ProveChildren(fifo);
+    ProveMessages(fifo);
+    ProveWriters(fifo);
+    std::filesystem::remove_all(folder);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    return Examples::RunProgram(argc, argv, {"Usage: safe_pipes [--verbose]\n", 0, 0}, &ProveAll);
+}
