@@ -18,8 +18,7 @@ int main()
 
     DataBitInput reader(DataInputString::Create(&packed));
     const auto first = reader.ReadBits(7);
-    std::cout << first << ' ' << reader.ReadBits(9) << ", "
-              << MD5Generate(DataInputString::Create(&packed), "packed") << ", date of nothing '"
-              << GetFileCreationDateString("/no/such/file") << "', call stack "
+    std::cout << first << ' ' << reader.ReadBits(9) << ", " << MD5Generate(DataInputString::Create(&packed), "packed")
+              << ", date of nothing '" << GetFileCreationDateString("/no/such/file") << "', call stack "
               << (Tarsel::GetCallStack().empty() ? "empty" : "told") << '\n';
 }
