@@ -5,3 +5,6 @@ find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS headers thread stacktrace_bas
 find_package(glog 0.6 CONFIG REQUIRED)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 find_package(ICU REQUIRED COMPONENTS i18n uc)
+
+# Boost's types are part of the binary interface, so the release counts (docs/versions.md).
+set(kitio_boost_release "${Boost_VERSION_MAJOR}.${Boost_VERSION_MINOR}")

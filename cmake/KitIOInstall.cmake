@@ -1,10 +1,12 @@
-# Package files for users: find_package(KitIO CONFIG) and pkg-config kitio.
+# What an installation holds beside the libraries and their headers: the package files for find_package(KitIO CONFIG)
+# and pkg-config. All of it tells places relative to itself, so that the installation may be moved as a whole; only
+# where a builder asks for an absolute folder, that one stays where it is.
 
 include(CMakePackageConfigHelpers)
 
 set(kitio_config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KitIO")
 
-install(EXPORT KitIOTargets NAMESPACE KitIO:: DESTINATION "${kitio_config_dir}")
+install(EXPORT KitIOTargets NAMESPACE KitIO:: DESTINATION "${kitio_config_dir}" COMPONENT development)
 
 configure_package_config_file(cmake/KitIOConfig.cmake.in "${CMAKE_CURRENT_BINARY_DIR}/KitIOConfig.cmake"
     INSTALL_DESTINATION "${kitio_config_dir}"
@@ -14,18 +16,33 @@ write_basic_package_version_file("${CMAKE_CURRENT_BINARY_DIR}/KitIOConfigVersion
 install(FILES
     "${CMAKE_CURRENT_BINARY_DIR}/KitIOConfig.cmake"
     "${CMAKE_CURRENT_BINARY_DIR}/KitIOConfigVersion.cmake"
-    DESTINATION "${kitio_config_dir}")
+    DESTINATION "${kitio_config_dir}"
+    COMPONENT development)
 
 # A program that links the static libraries has to link what these use inside, too.
-set(kitio_libs "-lKitIO -lKitFoundation -lKitHash -lKitException -lKitFilesystem -lKitPointer -lboost_thread")
+get_property(kitio_libs GLOBAL PROPERTY KITIO_LINK_ORDER)
+list(TRANSFORM kitio_libs PREPEND "-l")
+list(APPEND kitio_libs -lboost_thread)
 set(kitio_requires "")
 if(NOT BUILD_SHARED_LIBS)
-    string(APPEND kitio_libs " -lboost_stacktrace_basic")
+    list(APPEND kitio_libs -lboost_stacktrace_basic)
     set(kitio_requires "libglog icu-i18n icu-uc libcrypto")
 endif()
-# The prefix is told by the place of the file itself, so that an installation may be moved.
+list(JOIN kitio_libs " " kitio_libs)
+
+# The file tells the prefix by its own place, unless that is no part of the prefix.
 set(kitio_pc_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
-file(RELATIVE_PATH kitio_pc_prefix "/${kitio_pc_dir}" "/")
-string(REGEX REPLACE "/$" "" kitio_pc_prefix "${kitio_pc_prefix}")
+if(IS_ABSOLUTE "${kitio_pc_dir}")
+    set(kitio_pc_prefix "${CMAKE_INSTALL_PREFIX}")
+else()
+    file(RELATIVE_PATH kitio_pc_prefix "/${kitio_pc_dir}" "/")
+    string(REGEX REPLACE "/$" "" kitio_pc_prefix "\${pcfiledir}/${kitio_pc_prefix}")
+endif()
+foreach(dir IN ITEMS LIBDIR INCLUDEDIR)
+    set(kitio_pc_${dir} "${CMAKE_INSTALL_${dir}}")
+    if(NOT IS_ABSOLUTE "${kitio_pc_${dir}}")
+        string(PREPEND kitio_pc_${dir} "\${prefix}/")
+    endif()
+endforeach()
 configure_file(cmake/kitio.pc.in "${CMAKE_CURRENT_BINARY_DIR}/kitio.pc" @ONLY)
-install(FILES "${CMAKE_CURRENT_BINARY_DIR}/kitio.pc" DESTINATION "${kitio_pc_dir}")
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/kitio.pc" DESTINATION "${kitio_pc_dir}" COMPONENT development)

@@ -4,6 +4,7 @@ option(KITIO_BUILD_TESTS "Build the tests" ${KitIO_IS_TOP_LEVEL})
 option(KITIO_BUILD_EXAMPLES "Build the example programs" ${KitIO_IS_TOP_LEVEL})
 option(KITIO_BUILD_BENCHMARKS "Build the benchmarks" ${KitIO_IS_TOP_LEVEL})
 option(KITIO_INSTALL "Make the install target" ${KitIO_IS_TOP_LEVEL})
+option(KITIO_PACKAGES "Prepare the Debian packages that cpack makes (scripts/package)" OFF)
 option(KITIO_WARNINGS_AS_ERRORS "Treat compiler warnings in KitIO as errors" OFF)
 option(KITIO_COVERAGE "Measure which lines run (GCC)" OFF)
 

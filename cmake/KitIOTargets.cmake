@@ -3,6 +3,14 @@
 
 include(CheckLinkerFlag)
 
+# The number of the binary interface, the 0 of libKitIO.so.0. docs/versions.md tells what makes a new one: among others
+# another release of Boost, so a build with another one than Debian's gets a name of its own.
+set(kitio_soversion 0)
+set(kitio_soversion_boost 1.81)
+if(NOT kitio_boost_release STREQUAL kitio_soversion_boost)
+    string(APPEND kitio_soversion "-boost${kitio_boost_release}")
+endif()
+
 # The GNU linker warns that tempnam, which makes the pipes' names, only returns a name. It is the call that KitIO means.
 check_linker_flag(CXX "-Wl,--no-warnings" KITIO_LINKER_CAN_BE_QUIET)
 function(kitio_accept_tempnam target)
@@ -46,18 +54,27 @@ function(kitio_add_library target)
     target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${KitIO_SOURCE_DIR}/=")
     set_target_properties(${target} PROPERTIES
         VERSION ${KitIO_VERSION}
-        SOVERSION 0
+        SOVERSION ${kitio_soversion}
+        DEFINE_SYMBOL ""
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         POSITION_INDEPENDENT_CODE ON
         INSTALL_RPATH "\$ORIGIN"
         VERIFY_INTERFACE_HEADER_SETS ${KitIO_IS_TOP_LEVEL})
+    # A library stands before those that it uses, which were made earlier.
+    get_property(link_order GLOBAL PROPERTY KITIO_LINK_ORDER)
+    set_property(GLOBAL PROPERTY KITIO_LINK_ORDER ${target} ${link_order})
     kitio_install_library(${target})
 endfunction()
 
+# kitio_install_library(<target>): makes a library, or one that is all headers, part of the installation and so a
+# component of the package KitIO. Programs need what is in "runtime", those who build them "development" as well.
 function(kitio_install_library target)
     if(KITIO_INSTALL)
-        install(TARGETS ${target} EXPORT KitIOTargets FILE_SET HEADERS)
+        install(TARGETS ${target} EXPORT KitIOTargets
+            LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+            ARCHIVE COMPONENT development
+            FILE_SET HEADERS COMPONENT development)
     endif()
 endfunction()
 

@@ -1,0 +1,24 @@
+// Uses the libraries as a user would: bits go out and come back, and what they are packed into is digested.
+
+#include <iostream>
+#include <string>
+
+#include <TarselException/GetCallStack.h>
+#include <TarselIO/KitIO.h>
+
+int main()
+{
+    using namespace Tarsel::Core;
+
+    std::string packed;
+    DataBitOutput writer(DataOutputString::Create(&packed));
+    writer.WriteBits(77, 7);
+    writer.WriteBits(5, 9);
+    writer.Flush();
+
+    DataBitInput reader(DataInputString::Create(&packed));
+    const auto first = reader.ReadBits(7);
+    std::cout << first << ' ' << reader.ReadBits(9) << ", " << MD5Generate(DataInputString::Create(&packed), "packed")
+              << ", date of nothing '" << GetFileCreationDateString("/no/such/file") << "', call stack "
+              << (Tarsel::GetCallStack().empty() ? "empty" : "told") << '\n';
+}
