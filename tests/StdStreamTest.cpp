@@ -1,9 +1,10 @@
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <random>
 #include <sstream>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <TarselIO/DataInputFile.h>
 #include <TarselIO/DataOutputFile.h>
@@ -26,191 +27,127 @@ namespace
 constexpr ioSize kFar = (ioSize{1} << 32) + 12345;
 const std::string kText = "first\nsecond line\n\nthe last one, which is longer than all others";
 
-std::minstd_rand random_;  // the same numbers in each run
-int Any(int from, int to)
+// Room for `size` bytes, with others in it.
+std::string bytes;
+uint8_t* Data(std::size_t size)
 {
-    return std::uniform_int_distribution<int>(from, to)(random_);
-}
-const ios::seekdir kDirections[] = {ios::beg, ios::cur, ios::end};
-
-template <class Bytes>
-std::string Taken(IDataInput& stream, Bytes size)
-{
-    std::string bytes(size, '-');
-    bytes.resize(stream.Read(reinterpret_cast<uint8_t*>(bytes.data()), size));
-    return bytes;
+    bytes = kText.substr(0, size);
+    return reinterpret_cast<uint8_t*>(bytes.data());
 }
 
-ioSize Put(IDataOutput& stream, const std::string& text)
-{
-    return stream.Write(reinterpret_cast<const uint8_t*>(text.data()), text.size());
-}
+template <class Subject>
+using Steps = std::vector<std::function<std::string(Subject&, std::size_t)>>;
+constexpr ios::seekdir kFrom[] = {ios::beg, ios::cur, ios::end};
 
-// Whether `action` throws what a stream of the library throws for a position, or a size, that cannot be.
-template <class Action>
-bool Refuses(Action action)
+const Steps<std::istream> kReads = {
+    [](auto& s, auto) { return std::to_string(s.get()); },
+    [](auto& s, auto) { return std::to_string(s.tellg()); },
+    [](auto& s, auto) { return s.unget(), ""; },
+    [](auto& s, auto n) { return s.putback(kText[n]), ""; },
+    [](auto& s, auto n) { return s.seekg(long(n) - 20, kFrom[n % 3]), ""; },
+    [](auto& s, auto n) { return std::to_string(s.read(reinterpret_cast<char*>(Data(n)), long(n)).gcount()) + bytes; }};
+const Steps<std::ostream> kWrites = {[](auto& s, auto) { return s.put('x'), ""; },
+                                     [](auto& s, auto) { return s.flush(), ""; },
+                                     [](auto& s, auto) { return std::to_string(s.tellp()); },
+                                     [](auto& s, auto n) { return s << kText.substr(n, n / 3), ""; },
+                                     [](auto& s, auto n) { return s.seekp(long(n) - 20, kFrom[n % 3]), ""; }};
+const Steps<IDataInput> kInputs = {
+    [](auto& s, auto n) { return std::to_string(s.Read(Data(n), n)) + bytes; },
+    [](auto& s, auto) { return std::to_string(s.GetPosition() + 1000 * s.GetSize()); },
+    [](auto& s, auto n) { return s.SetPosition(n), ""; },
+    [](auto& s, auto n) { return std::to_string(*Thrown([&] { s.SetPosition(s.GetSize() + n + 1); }).seek); }};
+const Steps<IDataOutput> kOutputs = {
+    [](auto& s, auto n) { return std::to_string(s.Write(Data(n), n)); },
+    [](auto& s, auto) { return std::to_string(s.GetPosition() + 1000 * s.GetSize()); },
+    [](auto& s, auto n) { return s.SetPosition(std::min<ioSize>(n, s.GetSize())), ""; },
+    [](auto& s, auto n) { return s.SetSize(s.GetSize() + n), ""; },
+    [](auto& s, auto n) { return std::to_string(*Thrown([&] { s.SetPosition(s.GetSize() + n + 1); }).seek); }};
+
+// Takes many of the steps on ours and theirs, which are to show the same.
+template <class Subject>
+void Compare(const Steps<Subject>& steps, Subject& ours, Subject& theirs)
 {
-    try
+    static std::minstd_rand random;  // the same numbers in each run
+    for (int i = 0; i < 100 && !testing::Test::HasFailure(); ++i)
     {
-        action();
-        return false;
-    }
-    catch (const IOException&)
-    {
-        return true;
-    }
-}
-
-// Does one operation and tells what it read, where the stream stands and in which state.
-std::string ReadStep(std::istream& stream, int operation, int argument)
-{
-    std::string read;
-    const auto byte = static_cast<char>(kText[static_cast<std::size_t>(argument)]);
-    switch (operation)
-    {
-        case 0:
-            read = std::to_string(stream.get());
-            break;
-        case 1:
-            stream.unget();
-            break;
-        case 2:
-            stream.putback(byte);
-            break;
-        case 3:
-            std::getline(stream, read);
-            break;
-        case 4:
-            read = std::to_string(stream.peek());
-            break;
-        case 5:
-            stream.seekg(argument - 20, kDirections[argument % 3]);
-            break;
-        default:
-            read.resize(static_cast<std::size_t>(argument));
-            stream.read(read.data(), argument);
-            read.resize(static_cast<std::size_t>(stream.gcount()));
-    }
-    read += stream.eof() ? " at the end" : stream.fail() ? " failed" : "";
-    stream.clear();
-    return read + " at " + std::to_string(stream.tellg());
-}
-
-TEST(InputStreambuf, ReadsSeeksAndPutsBackLikeAStringStream)
-{
-    for (int round = 0; round < 200 && !testing::Test::HasFailure(); ++round)
-    {
-        InputStreambuf buffer(DataInputString::Create(&kText), static_cast<std::size_t>(round % 9));
-        std::istream ours(&buffer);
-        std::istringstream theirs(kText);
-        for (int step = 0; step < 100 && !testing::Test::HasFailure(); ++step)
+        const std::size_t step = random() % steps.size();
+        const std::size_t argument = random() % 40;
+        EXPECT_EQ(steps[step](ours, argument), steps[step](theirs, argument)) << step << ' ' << argument;
+        if constexpr (std::is_base_of_v<std::ios, Subject>)
         {
-            const int operation = Any(0, 6);
-            const int argument = Any(0, 40);
-            EXPECT_EQ(ReadStep(ours, operation, argument), ReadStep(theirs, operation, argument))
-                << operation << ' ' << argument;
+            EXPECT_EQ(ours.rdstate(), theirs.rdstate()) << step << ' ' << argument;
+            ours.clear();
+            theirs.clear();
         }
     }
 }
 
-std::string WriteStep(std::ostream& stream, int operation, int argument)
+TEST(StdStream, BuffersWorkLikeThoseOfStringStreams)
 {
-    switch (operation)
+    for (std::size_t size = 0; size < 200; ++size)
     {
-        case 0:
-            stream.put(static_cast<char>('a' + argument % 26));
-            break;
-        case 1:
-            stream.seekp(argument - 20, kDirections[argument % 3]);
-            break;
-        case 2:
-            stream.flush();
-            break;
-        default:
-            stream << kText.substr(static_cast<std::size_t>(argument), static_cast<std::size_t>(argument) / 3);
-    }
-    const bool failed = stream.fail();
-    stream.clear();
-    return (failed ? "failed at " : "at ") + std::to_string(stream.tellp());
-}
-
-TEST(OutputStreambuf, WritesAndSeeksLikeAStringStream)
-{
-    for (int round = 0; round < 200 && !testing::Test::HasFailure(); ++round)
-    {
+        InputStreambuf input(DataInputString::Create(&kText), size % 10);
+        std::istream reader(&input);
+        std::istringstream theirReader(kText);
+        Compare<std::istream>(kReads, reader, theirReader);
         std::string written;
-        std::ostringstream theirs;
-        {
-            OutputStreambuf buffer(DataOutputString::Create(&written), static_cast<std::size_t>(round % 9));
-            std::ostream ours(&buffer);
-            for (int step = 0; step < 100 && !testing::Test::HasFailure(); ++step)
-            {
-                const int operation = Any(0, 3);
-                const int argument = Any(0, 40);
-                EXPECT_EQ(WriteStep(ours, operation, argument), WriteStep(theirs, operation, argument))
-                    << operation << ' ' << argument;
-            }
-        }
-        EXPECT_EQ(written, theirs.str());
+        OutputStreambuf output(DataOutputString::Create(&written), size % 10);
+        std::ostream writer(&output);
+        std::ostringstream theirWriter;
+        Compare<std::ostream>(kWrites, writer, theirWriter);
+        writer.flush();
+        ASSERT_EQ(written, theirWriter.str());
     }
 }
 
-// Writes and reads a marker at a position that takes more than 32 bits, through each of the four classes.
-TEST(StdStream, CountsIn64Bits)
+TEST(StdStream, StandardStreamsWorkLikeOurs)
+{
+    std::istringstream source(kText);
+    source.exceptions(ios::badbit | ios::failbit | ios::eofbit);
+    Compare(kInputs, *DataInputIstream::Create(&source), *DataInputString::Create(&kText));
+    EXPECT_TRUE(source.good());
+    std::string written;
+    std::ostringstream target;
+    const SP<IDataOutput> output = DataOutputOstream::Create(&target);
+    Compare(kOutputs, *output, *DataOutputString::Create(&written));
+    EXPECT_EQ(target.str(), written);
+    EXPECT_EQ(Thrown([&] { output->SetSize(1); }).description, "A standard stream cannot be cut");
+}
+
+// Writes and reads a word at a position that takes more than 32 bits, through each of the four classes.
+TEST(StdStream, PositionsHave64Bits)
 {
     const TemporaryDirectory directory;
     const std::string path = directory.Path("sparse");
     {
         OutputStreambuf buffer(DataOutputFile::Create(path));
         std::ostream file(&buffer);
-        file << "begin" << std::flush;
         std::filesystem::resize_file(path, kFar);
         file.seekp(kFar) << "middle";
         EXPECT_EQ(file.tellp(), kFar + 6);
-        EXPECT_EQ(file.seekp(0).tellp(), 0);
-        EXPECT_EQ(file.seekp(-2, ios::end).tellp(), kFar + 4) << "the stream itself tells that its size is 0";
-        EXPECT_TRUE(file.flush());
+        EXPECT_EQ(file.seekp(1).tellp(), 1);
+        EXPECT_EQ(file.seekp(-3, ios::end).tellp(), kFar + 3) << "the stream itself tells that its size is 0";
     }
-    {
-        std::ofstream file(path, ios::in | ios::out);
-        const SP<IDataOutput> stream = DataOutputOstream::Create(&file);
-        EXPECT_EQ(stream->GetSize(), kFar + 6);
-        stream->SetPosition(kFar + 3);
-        EXPECT_EQ(Put(*stream, "point"), 5);
-        EXPECT_EQ(stream->GetPosition(), kFar + 8);
-        EXPECT_EQ(stream->GetSize(), kFar + 8);
-    }
+    std::ofstream target(path, ios::in | ios::out);
+    const SP<IDataOutput> output = DataOutputOstream::Create(&target);
+    output->SetPosition(kFar + 3);
+    EXPECT_EQ(output->Write(reinterpret_cast<const uint8_t*>("point"), 5), 5);
+    EXPECT_EQ(output->GetPosition() + output->GetSize(), 2 * (kFar + 8));
+    target.close();
+
     InputStreambuf buffer(DataInputFile::Create(path));
     std::istream file(&buffer);
     std::string word;
-    EXPECT_EQ(file.seekg(-8, ios::end).tellg(), kFar);
-    EXPECT_TRUE(file >> word);
+    EXPECT_TRUE(file.seekg(-8, ios::end) >> word);
     EXPECT_EQ(word, "midpoint");
-    file.clear();
-    EXPECT_EQ(file.seekg(-static_cast<std::streamoff>(kFar) - 8, ios::cur).get(), 'b');
-    EXPECT_EQ(buffer.in_avail(), 16383) << "what is buffered";
+    EXPECT_EQ(buffer.pubseekoff(-static_cast<std::streamoff>(kFar), ios::cur), 8);
 
     std::ifstream source(path);
-    const SP<IDataInput> stream = DataInputIstream::Create(&source);
-    EXPECT_EQ(stream->GetSize(), kFar + 8);
-    stream->SetPosition(kFar + 1);
-    EXPECT_EQ(Taken(*stream, 10U), "idpoint");
-    EXPECT_EQ(stream->GetPosition(), kFar + 8);
-    stream->SetPosition(1);
-    EXPECT_EQ(Taken(*stream, 4U), "egin");
-}
-
-TEST(InputStreambuf, PutsTheStreamWhereTheReaderIs)
-{
-    const SP<IDataInput> stream = DataInputString::Create(&kText);
-    InputStreambuf buffer(stream);
-    std::istream text(&buffer);
-    EXPECT_EQ(buffer.in_avail(), kText.size());
-    EXPECT_EQ(text.get(), 'f');
-    EXPECT_EQ(stream->GetPosition(), kText.size());
-    EXPECT_EQ(text.sync(), 0);
-    EXPECT_EQ(stream->GetPosition(), 1);
-    EXPECT_EQ(text.get(), 'i');
+    const SP<IDataInput> input = DataInputIstream::Create(&source);
+    input->SetPosition(kFar + 1);
+    EXPECT_EQ(input->Read(Data(8), 8), 7);
+    EXPECT_EQ(bytes, "idpointe");
+    EXPECT_EQ(input->GetPosition(), input->GetSize());
 }
 
 TEST(InputStreambuf, TurnsAFailureIntoBadbitAndKeepsIt)
@@ -219,24 +156,26 @@ TEST(InputStreambuf, TurnsAFailureIntoBadbitAndKeepsIt)
     source->failing = {1, 2};
     InputStreambuf buffer(source, 4);
     std::istream text(&buffer);
+    EXPECT_EQ(text.get(), 'f');
+    EXPECT_EQ(buffer.in_avail(), 3);
+    EXPECT_EQ(source->GetPosition(), 4);
+    EXPECT_EQ(text.sync() + static_cast<int>(source->GetPosition()), 1) << "now where the reader is";
     std::string word;
     EXPECT_EQ(buffer.Failure(), nullptr);
-    EXPECT_FALSE(text >> word);
-    EXPECT_TRUE(text.bad());
+    EXPECT_TRUE((text >> word).bad());
     EXPECT_THROW(std::rethrow_exception(buffer.Failure()), std::runtime_error);
     text.clear();
     text.exceptions(ios::badbit);
     EXPECT_THROW(text >> word, std::runtime_error);
     text.clear();
-    EXPECT_TRUE(text >> word);
-    EXPECT_EQ(word, "t");
     EXPECT_FALSE(text.seekg(1000));
     EXPECT_EQ(Thrown([&] { std::rethrow_exception(buffer.Failure()); }).seek, 1000U);
     text.clear();
-    EXPECT_EQ(text.tellg(), 5) << "where it was";
+    EXPECT_TRUE(text >> word);
+    EXPECT_EQ(word, "irst");
 
     InputStreambuf folder(DataInputFile::Create("/tmp"));  // which cannot be read, as the file stream does not tell
-    EXPECT_FALSE(std::istream(&folder) >> word);
+    EXPECT_TRUE((std::istream(&folder) >> word).bad());
     const Records failure = Thrown([&] { std::rethrow_exception(folder.Failure()); });
     EXPECT_EQ(failure.filename, "/tmp");
     EXPECT_EQ(failure.description, "The stream ended before its size");
@@ -266,68 +205,18 @@ TEST(OutputStreambuf, BeginsAgainAfterAFailure)
     EXPECT_EQ(target->bytes, "one two.4our or more") << "which it has written, unlike what it said";
 }
 
-TEST(DataOutputOstream, DoesWhatAStringStreamOfTheLibraryDoes)
-{
-    std::string written;
-    const SP<IDataOutput> theirs = DataOutputString::Create(&written);
-    std::ostringstream target;
-    const SP<IDataOutput> ours = DataOutputOstream::Create(&target);
-    for (int step = 0; step < 500; ++step)
-    {
-        const auto argument = static_cast<ioSize>(Any(0, 60));
-        ASSERT_EQ(Put(*ours, kText.substr(argument)), Put(*theirs, kText.substr(argument)));
-        const ioSize position = argument * written.size() / 40;  // also past the end
-        ASSERT_EQ(Refuses([&] { ours->SetPosition(position); }), Refuses([&] { theirs->SetPosition(position); }));
-        ours->SetSize(written.size() + argument);
-        theirs->SetSize(written.size() + argument);
-        ASSERT_EQ(ours->GetPosition(), theirs->GetPosition());
-        ASSERT_EQ(ours->GetSize(), theirs->GetSize());
-    }
-    EXPECT_EQ(target.str(), written);
-    EXPECT_TRUE(Refuses([&] { ours->SetSize(written.size() - 1); }));
-
-    std::ofstream full("/dev/full");
-    full.exceptions(ios::badbit | ios::failbit);
-    const SP<IDataOutput> failing = DataOutputOstream::Create(&full);
-    EXPECT_EQ(Thrown([&] { Put(*failing, std::string(1'000'000, 'x')); }).description,
-              "The standard stream cannot be written");
-    EXPECT_TRUE(full.bad());
-}
-
-TEST(DataInputIstream, DoesWhatAStringStreamOfTheLibraryDoes)
-{
-    std::istringstream source(kText);
-    source.exceptions(ios::badbit | ios::failbit | ios::eofbit);
-    const SP<IDataInput> ours = DataInputIstream::Create(&source);
-    const SP<IDataInput> theirs = DataInputString::Create(&kText);
-    for (int step = 0; step < 500; ++step)
-    {
-        const auto argument = static_cast<ioSize>(Any(0, 80));
-        ASSERT_EQ(Taken(*ours, argument), Taken(*theirs, argument));
-        ASSERT_EQ(Refuses([&] { ours->SetPosition(argument); }), Refuses([&] { theirs->SetPosition(argument); }));
-        ASSERT_EQ(ours->GetPosition(), theirs->GetPosition());
-    }
-    EXPECT_EQ(ours->GetSize(), kText.size());
-    EXPECT_TRUE(source.good());
-}
-
-TEST(DataInputIstream, ReportsAFailureByBadbitAndWhatCannotBePositionedByAnException)
+TEST(StdStream, FailuresOfStandardStreamsSetBadbit)
 {
     std::ifstream folder("/tmp");  // opens, but cannot be read
     folder.exceptions(ios::badbit);
-    EXPECT_EQ(Taken(*DataInputIstream::Create(&folder), 9U), "");
-    EXPECT_TRUE(folder.bad());
-
-    struct Unseekable : std::streambuf
-    {
-    } unseekable;
-    std::istream pipe(&unseekable);
-    std::istream empty(nullptr);
-    for (std::istream* const stream : {&pipe, &empty})
-    {
-        EXPECT_EQ(Thrown([&] { DataInputIstream::Create(stream); }).description,
-                  "The standard stream cannot be positioned");
-    }
+    EXPECT_EQ(DataInputIstream::Create(&folder)->Read(Data(1), 1), 0);
+    std::ofstream full("/dev/full");
+    const std::vector<uint8_t> large(100'000);
+    EXPECT_EQ(Thrown([&] { DataOutputOstream::Create(&full)->Write(large.data(), large.size()); }).description,
+              "The standard stream cannot be written");
+    EXPECT_TRUE(folder.bad() && full.bad());
+    EXPECT_EQ(Thrown([&] { DataInputIstream::Create(&folder); }).description,
+              "The standard stream cannot be positioned");
 }
 
 }  // namespace
