@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# Checks socket_messages from outside. Usage: check_socket_messages.sh PROGRAM_FOLDER TEXT_FILE
+text=$(realpath -- "$2")
+# shellcheck source=examples/check_common.sh
+. "$(dirname -- "${BASH_SOURCE[0]}")/check_common.sh"
+
+# listen <address>: starts the program that listens; $address is where it can be reached.
+listen() {
+    : >listening
+    timeout 100 "$bin/socket_messages" listen "$1" >listening 2>complaint &
+    listener=$!
+    until address=$(grep -o '[a-z]*:.*' listening); do
+        kill -0 "$listener"
+        sleep 0.01
+    done
+}
+# ends <exit status> <text>: so does the one that listens.
+ends() {
+    local status=0
+    wait "$listener" || status=$?
+    [ "$status" -eq "$1" ]
+    grep -q -- "$2" listening complaint
+}
+
+for place in unix:socket tcp:127.0.0.1:0; do
+    listen "$place"
+    succeed "^$(wc -l <"$text") messages, every answer was right$" socket_messages send "$address" "$text"
+    ends 0 "^$(wc -l <"$text") messages answered$"
+    [ ! -e socket ]
+done
+
+# A line that is too long, a peer of the other byte order, one that is killed while it writes, one that just leaves.
+head -c 1000000 /dev/zero >long
+listen unix:socket
+refuse 'the other side is gone' socket_messages send "$address" long
+ends 1 'it sends a message that is too long$'
+# speak <bytes>: says that and leaves.
+speak() {
+    listen tcp:127.0.0.1:0
+    printf '%b' "$1" >"/dev/tcp/127.0.0.1/${address##*:}"
+}
+speak '\0\0\0\0\0\0\0\4abcd'
+ends 1 'it sends a message that is too long$'
+speak '\4\0\0\0\0\0\0\0abc'
+ends 1 'in the middle of a message$'
+speak '\4\0\0'
+ends 1 'in the middle of a message$'
+speak ''
+ends 1 'it has closed the connection$'
+
+refuse 'No such file or directory' socket_messages send unix:none "$text"
+refuse 'Connection refused' socket_messages send tcp:127.0.0.1:1 "$text"
+refuse 'none: .*: No such file or directory' socket_messages send unix:none none
+refuse 'nowhere: neither' socket_messages listen nowhere
+refuse 'neither listen ADDRESS nor' socket_messages listen a b
+command_line socket_messages listen
