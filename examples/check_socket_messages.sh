@@ -7,7 +7,7 @@ text=$(realpath -- "$2")
 # listen <address>: starts the program that listens; $address is where it can be reached.
 listen() {
     : >listening
-    timeout 100 "$bin/socket_messages" listen "$1" >listening 2>complaint &
+    timeout 100 "$bin/socket_messages" "$1" >listening 2>complaint &
     listener=$!
     until address=$(grep -o '[a-z]*:.*' listening); do
         kill -0 "$listener"
@@ -24,7 +24,7 @@ ends() {
 
 for place in unix:socket tcp:127.0.0.1:0; do
     listen "$place"
-    succeed "^$(wc -l <"$text") messages, every answer was right$" socket_messages send "$address" "$text"
+    succeed "^$(wc -l <"$text") messages, every answer was right$" socket_messages "$address" "$text"
     ends 0 "^$(wc -l <"$text") messages answered$"
     [ ! -e socket ]
 done
@@ -32,25 +32,24 @@ done
 # A line that is too long, a peer of the other byte order, one that is killed while it writes, one that just leaves.
 head -c 1000000 /dev/zero >long
 listen unix:socket
-refuse 'the other side is gone' socket_messages send "$address" long
-ends 1 'it sends a message that is too long$'
+refuse 'the other side is gone' socket_messages "$address" long
+ends 1 'sends too long a message$'
 # speak <bytes>: says that and leaves.
 speak() {
     listen tcp:127.0.0.1:0
     printf '%b' "$1" >"/dev/tcp/127.0.0.1/${address##*:}"
 }
 speak '\0\0\0\0\0\0\0\4abcd'
-ends 1 'it sends a message that is too long$'
+ends 1 'sends too long a message$'
 speak '\4\0\0\0\0\0\0\0abc'
-ends 1 'in the middle of a message$'
+ends 1 'gone within a message$'
 speak '\4\0\0'
-ends 1 'in the middle of a message$'
+ends 1 'gone within a message$'
 speak ''
-ends 1 'it has closed the connection$'
+ends 1 'the other side is gone$'
 
-refuse 'No such file or directory' socket_messages send unix:none "$text"
-refuse 'Connection refused' socket_messages send tcp:127.0.0.1:1 "$text"
-refuse 'none: .*: No such file or directory' socket_messages send unix:none none
-refuse 'nowhere: neither' socket_messages listen nowhere
-refuse 'neither listen ADDRESS nor' socket_messages listen a b
-command_line socket_messages listen
+refuse 'No such file or directory' socket_messages unix:none "$text"
+refuse 'Connection refused' socket_messages tcp:127.0.0.1:1 "$text"
+refuse 'none: .*: No such file or directory' socket_messages unix:none none
+refuse 'nowhere: neither' socket_messages nowhere
+command_line socket_messages

@@ -4,7 +4,6 @@
 // connect can send anything, so a guard stands between the channel and its input. In direct mode one thread is enough
 // for a conversation of questions and answers, and the end of the other side is an answer, too: a length of 0.
 
-#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <istream>
@@ -33,17 +32,19 @@ namespace
 namespace asio = boost::asio;
 using Tarsel::SP;
 using namespace Tarsel::Core;
+using Tcp = asio::ip::tcp;
+using Local = asio::local::stream_protocol;
 using Examples::ByteStreams;
 using Bytes = std::vector<uint8_t>;
 
 constexpr ioSize kLongestMessage = 1'000'000;
 
 constexpr char kHelp[] =
-    "Usage: socket_messages [--verbose] listen ADDRESS\n"
-    "       socket_messages [--verbose] send ADDRESS FILE\n"
+    "Usage: socket_messages [--verbose] ADDRESS [FILE]\n"
     "\n"
-    "The first one waits for the second one, which sends it each line of FILE as a message. Each message is answered\n"
-    "with its MD5 digest, and every answer is checked.\n"
+    "Without FILE, listens for a second one, which sends each line of FILE as a message. Each message is answered "
+    "with\n"
+    "its MD5 digest, and every answer is checked.\n"
     "\n"
     "  ADDRESS        unix:PATH, or tcp:HOST:PORT, where port 0 is any that is free; printed by the one that listens\n"
     "  -v, --verbose  show the log on standard error\n"
@@ -52,23 +53,6 @@ constexpr char kHelp[] =
     "Lines are at most 999,999 bytes long. Lengths travel in the byte order of the machine, so both have to have the\n"
     "same; a length in the other order is refused as too long. Nothing is encrypted, and nobody is asked who he is.\n"
     "Ends with 0 if every answer was right, with 1 after a failure and with 2 if the command line is wrong.\n";
-
-const char* Describe(FrameEnd end)
-{
-    switch (end)
-    {
-        case FrameEnd::Farewell:
-            return "it has said goodbye";
-        case FrameEnd::EndOfStream:
-            return "it has closed the connection";
-        case FrameEnd::OverLimit:
-            return "it sends a message that is too long";
-        case FrameEnd::CutHeader:
-        case FrameEnd::CutPayload:
-            break;
-    }
-    return "it has closed the connection in the middle of a message";
-}
 
 /// The other side, as far as it can be seen.
 class Peer
@@ -92,16 +76,18 @@ public:
 
     void SayGoodbye() { m_channel->Write(nullptr, 0); }
 
-    /// Returns nothing once the other side has said goodbye. Every other end is a failure.
-    std::optional<Bytes> Receive()
+    /// Returns an empty message once the other side has said goodbye. Every other end is a failure.
+    Bytes Receive()
     {
         Bytes message(m_channel->ReadHeader());
         m_channel->Read(message.data(), message.size());
         if (m_end.value_or(FrameEnd::Farewell) != FrameEnd::Farewell)
         {
-            throw std::runtime_error(std::string("the other side is gone: ") + Describe(*m_end));
+            throw std::runtime_error(*m_end == FrameEnd::OverLimit     ? "the other side sends too long a message"
+                                     : *m_end == FrameEnd::EndOfStream ? "the other side is gone"
+                                                                       : "the other side is gone within a message");
         }
-        return m_end ? std::nullopt : std::optional<Bytes>(std::move(message));
+        return message;
     }
 
 private:
@@ -109,15 +95,26 @@ private:
     SP<IDataChannel> m_channel;
 };
 
+ByteStreams Split(Local::socket socket)
+{
+    return Examples::Split(socket.release());
+}
+ByteStreams Split(Tcp::socket socket)
+{
+    // A message is two writes. The second must not wait until the other side has acknowledged the first.
+    socket.set_option(Tcp::no_delay(true));
+    return Examples::Split(socket.release());
+}
+
 /// The parts of "tcp:HOST:PORT".
-asio::ip::tcp::resolver::results_type Resolve(asio::io_context& context, const std::string& address)
+Tcp::resolver::results_type Resolve(asio::io_context& context, const std::string& address)
 {
     const std::size_t colon = address.rfind(':');
     if (address.rfind("tcp:", 0) != 0 || colon < 4)
     {
         throw std::runtime_error(address + ": neither unix:PATH nor tcp:HOST:PORT");
     }
-    return asio::ip::tcp::resolver(context).resolve(address.substr(4, colon - 4), address.substr(colon + 1));
+    return Tcp::resolver(context).resolve(address.substr(4, colon - 4), address.substr(colon + 1));
 }
 
 /// The path of "unix:PATH", empty for other addresses.
@@ -130,7 +127,7 @@ template <class Acceptor>
 ByteStreams AcceptOne(Acceptor acceptor, const char* kind)
 {
     std::cout << "listening on " << kind << acceptor.local_endpoint() << std::endl;
-    return Examples::Split(Examples::Socket(acceptor.accept()));
+    return Split(acceptor.accept());
 }
 
 ByteStreams Accept(const std::string& address)
@@ -139,10 +136,9 @@ ByteStreams Accept(const std::string& address)
     const std::string path = UnixPath(address);
     if (path.empty())
     {
-        return AcceptOne(asio::ip::tcp::acceptor(context, *Resolve(context, address).begin()), "tcp:");
+        return AcceptOne(Tcp::acceptor(context, *Resolve(context, address).begin()), "tcp:");
     }
     ::umask(0077);  // nobody but this user shall connect
-    using Local = asio::local::stream_protocol;
     ByteStreams streams = AcceptOne(Local::acceptor(context, Local::endpoint(path)), "unix:");
     std::filesystem::remove(path);
     return streams;
@@ -154,24 +150,23 @@ ByteStreams Connect(const std::string& address)
     const std::string path = UnixPath(address);
     if (path.empty())
     {
-        asio::ip::tcp::socket socket(context);
+        Tcp::socket socket(context);
         asio::connect(socket, Resolve(context, address));
-        return Examples::Split(std::move(socket));
+        return Split(std::move(socket));
     }
-    asio::local::stream_protocol::socket socket(context);
+    Local::socket socket(context);
     socket.connect(path);
-    return Examples::Split(std::move(socket));
+    return Split(std::move(socket));
 }
 
 void AnswerMessages(const std::string& address)
 {
     Peer peer(Accept(address));
     ioSize messages = 0;
-    while (const std::optional<Bytes> message = peer.Receive())
+    for (Bytes message = peer.Receive(); !message.empty(); message = peer.Receive(), ++messages)
     {
-        const MD5Digest digest = MD5Generate(*message, "");
+        const MD5Digest digest = MD5Generate(message, "");
         peer.Send(digest.bytes.data(), digest.bytes.size());
-        ++messages;
     }
     std::cout << messages << " messages answered\n";
 }
@@ -190,9 +185,8 @@ void SendLines(const std::string& address, const std::string& path)
         line += '\n';  // also because an empty message is a farewell
         const Bytes message(line.begin(), line.end());
         peer.Send(message.data(), message.size());
-        const std::optional<Bytes> answer = peer.Receive();
         const MD5Digest digest = MD5Generate(message, "");
-        if (!answer || !std::equal(answer->begin(), answer->end(), digest.bytes.begin(), digest.bytes.end()))
+        if (peer.Receive() != Bytes(digest.bytes.begin(), digest.bytes.end()))
         {
             throw std::runtime_error("the answer to line " + std::to_string(messages + 1) + " is wrong");
         }
@@ -203,23 +197,12 @@ void SendLines(const std::string& address, const std::string& path)
 
 void Run(const std::vector<std::string>& operands)
 {
-    if (operands[0] == "listen" && operands.size() == 2)
-    {
-        AnswerMessages(operands[1]);
-    }
-    else if (operands[0] == "send" && operands.size() == 3)
-    {
-        SendLines(operands[1], operands[2]);
-    }
-    else
-    {
-        throw std::runtime_error("neither listen ADDRESS nor send ADDRESS FILE");
-    }
+    operands.size() == 1 ? AnswerMessages(operands[0]) : SendLines(operands[0], operands[1]);
 }
 
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    return Examples::RunProgram(argc, argv, {kHelp, 2, 3}, &Run);
+    return Examples::RunProgram(argc, argv, {kHelp, 1, 2}, &Run);
 }
