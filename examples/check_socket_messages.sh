@@ -29,27 +29,23 @@ for place in unix:socket tcp:127.0.0.1:0; do
     [ ! -e socket ]
 done
 
-# A line that is too long, a peer of the other byte order, one that is killed while it writes, one that just leaves.
+# A line that is too long; then what peers say that are of the other byte order, killed while they write, or just gone.
 head -c 1000000 /dev/zero >long
 listen unix:socket
 refuse 'the other side is gone' socket_messages "$address" long
 ends 1 'sends too long a message$'
-# speak <bytes>: says that and leaves.
-speak() {
+while read -r bytes reason; do
     listen tcp:127.0.0.1:0
-    printf '%b' "$1" >"/dev/tcp/127.0.0.1/${address##*:}"
-}
-speak '\0\0\0\0\0\0\0\4abcd'
-ends 1 'sends too long a message$'
-speak '\4\0\0\0\0\0\0\0abc'
-ends 1 'gone within a message$'
-speak '\4\0\0'
-ends 1 'gone within a message$'
-speak ''
-ends 1 'the other side is gone$'
+    printf '%b' "$bytes" >"/dev/tcp/127.0.0.1/${address##*:}"
+    ends 1 "$reason"
+done <<'END'
+\0\0\0\0\0\0\0\4abcd   sends too long a message$
+\4\0\0\0\0\0\0\0abc    gone within a message$
+\4\0\0                  gone within a message$
+\c                      the other side is gone$
+END
 
 refuse 'No such file or directory' socket_messages unix:none "$text"
-refuse 'Connection refused' socket_messages tcp:127.0.0.1:1 "$text"
 refuse 'none: .*: No such file or directory' socket_messages unix:none none
 refuse 'nowhere: neither' socket_messages nowhere
 command_line socket_messages

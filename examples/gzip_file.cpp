@@ -26,9 +26,7 @@ constexpr char kHelp[] =
     "\n"
     "Compresses SOURCE in the format of gzip, or expands it again, and writes the result to TARGET, which is replaced\n"
     "once that is complete.\n"
-    "\n"
     "  -h, --help  show this text and end\n"
-    "\n"
     "Ends with 0, with 1 after a failure and with 2 if the command line is wrong.\n";
 
 /// What a filter reads from. Boost.Iostreams copies its devices, so they only point to what they work on; that could be

@@ -3,24 +3,17 @@
 // goes. Over streams whose Cancel does (Support/AsioStreams) the end comes at once, over sockets and pipes alike.
 
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <iostream>
 #include <stdexcept>
 #include <string>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <vector>
-
-#include <boost/asio/connect_pipe.hpp>
-#include <boost/asio/local/connect_pair.hpp>
-#include <boost/asio/local/stream_protocol.hpp>
-#include <boost/asio/readable_pipe.hpp>
-#include <boost/asio/writable_pipe.hpp>
 
 #include <Support/AsioStreams.h>
 #include <Support/Program.h>
@@ -31,7 +24,6 @@
 namespace
 {
 
-namespace asio = boost::asio;
 using Tarsel::SP;
 using namespace Tarsel::Core;
 
@@ -41,10 +33,8 @@ constexpr char kHelp[] =
     "Starts a process that sends one message and nothing more, waits for a while and gives up: over a socket and a "
     "pipe.\n"
     "Prints how long it takes to end the channel while the other process lives.\n"
-    "\n"
     "  -v, --verbose  show the log on standard error\n"
     "  -h, --help     show this text and end\n"
-    "\n"
     "Ends with 0, with 1 after a failure and with 2 if the command line is wrong.\n";
 
 constexpr std::array<uint8_t, 5> kMessage = {'h', 'e', 'l', 'l', 'o'};
@@ -53,12 +43,8 @@ constexpr std::array<uint8_t, 5> kMessage = {'h', 'e', 'l', 'l', 'o'};
 class SilentPeer
 {
 public:
-    explicit SilentPeer(int descriptor) : m_process(::fork())
+    explicit SilentPeer(int descriptor) : m_process(Examples::Checked(::fork()))
     {
-        if (m_process == -1)
-        {
-            throw std::system_error(errno, std::generic_category(), "cannot start a process");
-        }
         if (m_process == 0)
         {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -95,10 +81,10 @@ bool Arrives(const IDataChannel& channel, std::chrono::milliseconds patience)
     return channel.IsDataAvaliable();
 }
 
-void GiveUp(const char* kind, int readingEnd, int writingEnd)
+void GiveUp(const char* kind, const std::array<int, 2>& ends)
 {
-    const SilentPeer peer(writingEnd);
-    const SP<IByteDataInput> input(new Examples::AsioInput(readingEnd));
+    const SilentPeer peer(ends[1]);
+    const SP<IByteDataInput> input(new Examples::AsioInput(ends[0]));
     SP<IDataChannel> channel = CommunicationChannel::Create(input, DataOutputFF::Create(""), true);
     std::array<uint8_t, kMessage.size()> message = {};
     if (!Arrives(*channel, std::chrono::minutes(1)) || channel->Read(message.data(), message.size()) == 0 ||
@@ -120,15 +106,11 @@ void GiveUp(const char* kind, int readingEnd, int writingEnd)
 
 void Run(const std::vector<std::string>& /*operands*/)
 {
-    asio::io_context context;
-    asio::local::stream_protocol::socket ours(context);
-    asio::local::stream_protocol::socket theirs(context);
-    asio::local::connect_pair(ours, theirs);
-    GiveUp("socket", ours.release(), theirs.release());
-    asio::readable_pipe readingEnd(context);
-    asio::writable_pipe writingEnd(context);
-    asio::connect_pipe(readingEnd, writingEnd);
-    GiveUp("pipe", readingEnd.release(), writingEnd.release());
+    std::array<int, 2> ends = {};
+    Examples::Checked(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()));
+    GiveUp("socket", ends);
+    Examples::Checked(::pipe(ends.data()));
+    GiveUp("pipe", ends);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 // connect can send anything, so a guard stands between the channel and its input. In direct mode one thread is enough
 // for a conversation of questions and answers, and the end of the other side is an answer, too: a length of 0.
 
+#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <istream>
@@ -13,7 +14,8 @@
 #include <sys/stat.h>
 #include <vector>
 
-#include <boost/asio/connect.hpp>
+#include <boost/asio/basic_socket_acceptor.hpp>
+#include <boost/asio/generic/stream_protocol.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
 
@@ -33,7 +35,7 @@ namespace asio = boost::asio;
 using Tarsel::SP;
 using namespace Tarsel::Core;
 using Tcp = asio::ip::tcp;
-using Local = asio::local::stream_protocol;
+using Protocol = asio::generic::stream_protocol;
 using Examples::ByteStreams;
 using Bytes = std::vector<uint8_t>;
 
@@ -42,14 +44,11 @@ constexpr ioSize kLongestMessage = 1'000'000;
 constexpr char kHelp[] =
     "Usage: socket_messages [--verbose] ADDRESS [FILE]\n"
     "\n"
-    "Without FILE, listens for a second one, which sends each line of FILE as a message. Each message is answered "
-    "with\n"
-    "its MD5 digest, and every answer is checked.\n"
-    "\n"
+    "Without FILE, listens for a second one, which sends each line of FILE as a message. Each message is\n"
+    "answered with its MD5 digest, and every answer is checked.\n"
     "  ADDRESS        unix:PATH, or tcp:HOST:PORT, where port 0 is any that is free; printed by the one that listens\n"
     "  -v, --verbose  show the log on standard error\n"
     "  -h, --help     show this text and end\n"
-    "\n"
     "Lines are at most 999,999 bytes long. Lengths travel in the byte order of the machine, so both have to have the\n"
     "same; a length in the other order is refused as too long. Nothing is encrypted, and nobody is asked who he is.\n"
     "Ends with 0 if every answer was right, with 1 after a failure and with 2 if the command line is wrong.\n";
@@ -95,67 +94,57 @@ private:
     SP<IDataChannel> m_channel;
 };
 
-ByteStreams Split(Local::socket socket)
+Protocol::endpoint Resolve(const std::string& address)
 {
-    return Examples::Split(socket.release());
-}
-ByteStreams Split(Tcp::socket socket)
-{
-    // A message is two writes. The second must not wait until the other side has acknowledged the first.
-    socket.set_option(Tcp::no_delay(true));
-    return Examples::Split(socket.release());
-}
-
-/// The parts of "tcp:HOST:PORT".
-Tcp::resolver::results_type Resolve(asio::io_context& context, const std::string& address)
-{
+    if (address.rfind("unix:", 0) == 0)
+    {
+        return asio::local::stream_protocol::endpoint(address.substr(5));
+    }
     const std::size_t colon = address.rfind(':');
     if (address.rfind("tcp:", 0) != 0 || colon < 4)
     {
         throw std::runtime_error(address + ": neither unix:PATH nor tcp:HOST:PORT");
     }
-    return Tcp::resolver(context).resolve(address.substr(4, colon - 4), address.substr(colon + 1));
-}
-
-/// The path of "unix:PATH", empty for other addresses.
-std::string UnixPath(const std::string& address)
-{
-    return address.rfind("unix:", 0) == 0 ? address.substr(5) : "";
-}
-
-template <class Acceptor>
-ByteStreams AcceptOne(Acceptor acceptor, const char* kind)
-{
-    std::cout << "listening on " << kind << acceptor.local_endpoint() << std::endl;
-    return Split(acceptor.accept());
-}
-
-ByteStreams Accept(const std::string& address)
-{
     asio::io_context context;
-    const std::string path = UnixPath(address);
-    if (path.empty())
+    Tcp::resolver resolver(context);
+    return resolver.resolve(address.substr(4, colon - 4), address.substr(colon + 1)).begin()->endpoint();
+}
+
+ByteStreams Split(Protocol::socket socket)
+{
+    if (socket.local_endpoint().protocol().family() != AF_UNIX)
     {
-        return AcceptOne(Tcp::acceptor(context, *Resolve(context, address).begin()), "tcp:");
+        // A message is two writes. The second must not wait until the other side has acknowledged the first.
+        socket.set_option(Tcp::no_delay(true));
     }
-    ::umask(0077);  // nobody but this user shall connect
-    ByteStreams streams = AcceptOne(Local::acceptor(context, Local::endpoint(path)), "unix:");
-    std::filesystem::remove(path);
-    return streams;
+    return Examples::Split(socket.release());
 }
 
 ByteStreams Connect(const std::string& address)
 {
     asio::io_context context;
-    const std::string path = UnixPath(address);
-    if (path.empty())
-    {
-        Tcp::socket socket(context);
-        asio::connect(socket, Resolve(context, address));
-        return Split(std::move(socket));
-    }
-    Local::socket socket(context);
-    socket.connect(path);
+    Protocol::socket socket(context);
+    socket.connect(Resolve(address));
+    return Split(std::move(socket));
+}
+
+/// Where an acceptor listens, with the port that was chosen for it.
+std::string Describe(const Protocol::endpoint& place)
+{
+    Tcp::endpoint endpoint;
+    std::memcpy(endpoint.data(), place.data(), place.size());
+    return "tcp:" + endpoint.address().to_string() + ':' + std::to_string(endpoint.port());
+}
+
+ByteStreams Accept(const std::string& address)
+{
+    asio::io_context context;
+    ::umask(0077);  // nobody but this user shall connect to a path
+    asio::basic_socket_acceptor<Protocol> acceptor(context, Resolve(address));
+    const bool hasPath = acceptor.local_endpoint().protocol().family() == AF_UNIX;
+    std::cout << "listening on " << (hasPath ? address : Describe(acceptor.local_endpoint())) << std::endl;
+    Protocol::socket socket = acceptor.accept();
+    std::filesystem::remove(hasPath ? address.substr(5) : "");
     return Split(std::move(socket));
 }
 

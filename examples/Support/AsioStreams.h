@@ -25,6 +25,12 @@ namespace Examples
 namespace asio = boost::asio;
 using Tarsel::Core::ioSize;
 
+/// The result of a system call, unless it failed.
+inline int Checked(int result)
+{
+    return result != -1 ? result : throw std::system_error(errno, std::generic_category());
+}
+
 /// One direction of a connected socket or a pipe. Each transfer runs in a context of its own, on the thread that asks
 /// for it. So any other thread can give that one something to do, which wakes it at once.
 class Transfers
@@ -120,11 +126,7 @@ struct ByteStreams
 /// Takes over a connected socket and makes its two directions, each with a descriptor of its own.
 inline ByteStreams Split(int descriptor)
 {
-    const int copy = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
-    if (copy == -1)
-    {
-        throw std::system_error(errno, std::generic_category(), "cannot copy a descriptor");
-    }
+    const int copy = Checked(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
     return {Tarsel::SP<AsioInput>(new AsioInput(copy)), Tarsel::SP<AsioOutput>(new AsioOutput(descriptor))};
 }
 
