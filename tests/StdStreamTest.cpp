@@ -41,7 +41,7 @@ constexpr ios::seekdir kFrom[] = {ios::beg, ios::cur, ios::end};
 
 const Steps<std::istream> kReads = {
     [](auto& s, auto) { return std::to_string(s.get()); },
-    [](auto& s, auto) { return std::to_string(s.tellg()); },
+    [](auto& s, auto) { return std::to_string(s.tellg()) + (std::getline(s, bytes), bytes); },
     [](auto& s, auto) { return s.unget(), ""; },
     [](auto& s, auto n) { return s.putback(kText[n]), ""; },
     [](auto& s, auto n) { return s.seekg(long(n) - 20, kFrom[n % 3]), ""; },
@@ -112,6 +112,17 @@ TEST(StdStream, StandardStreamsWorkLikeOurs)
     Compare(kOutputs, *output, *DataOutputString::Create(&written));
     EXPECT_EQ(target.str(), written);
     EXPECT_EQ(Thrown([&] { output->SetSize(1); }).description, "A standard stream cannot be cut");
+
+    std::ifstream folder("/");  // opens, but cannot be read
+    folder.exceptions(ios::badbit);
+    EXPECT_EQ(DataInputIstream::Create(&folder)->Read(Data(1), 1), 0);
+    std::ofstream full("/dev/full");
+    const std::vector<uint8_t> large(100'000);
+    EXPECT_EQ(Thrown([&] { DataOutputOstream::Create(&full)->Write(large.data(), large.size()); }).description,
+              "The standard stream cannot be written");
+    EXPECT_TRUE(folder.bad() && full.bad());
+    EXPECT_EQ(Thrown([&] { DataInputIstream::Create(&folder); }).description,
+              "The standard stream cannot be positioned");
 }
 
 // Writes and reads a word at a position that takes more than 32 bits, through each of the four classes.
@@ -124,30 +135,23 @@ TEST(StdStream, PositionsHave64Bits)
         std::ostream file(&buffer);
         std::filesystem::resize_file(path, kFar);
         file.seekp(kFar) << "middle";
-        EXPECT_EQ(file.tellp(), kFar + 6);
-        EXPECT_EQ(file.seekp(1).tellp(), 1);
         EXPECT_EQ(file.seekp(-3, ios::end).tellp(), kFar + 3) << "the stream itself tells that its size is 0";
     }
     std::ofstream target(path, ios::in | ios::out);
     const SP<IDataOutput> output = DataOutputOstream::Create(&target);
     output->SetPosition(kFar + 3);
     EXPECT_EQ(output->Write(reinterpret_cast<const uint8_t*>("point"), 5), 5);
-    EXPECT_EQ(output->GetPosition() + output->GetSize(), 2 * (kFar + 8));
     target.close();
-
     InputStreambuf buffer(DataInputFile::Create(path));
-    std::istream file(&buffer);
-    std::string word;
-    EXPECT_TRUE(file.seekg(-8, ios::end) >> word);
-    EXPECT_EQ(word, "midpoint");
-    EXPECT_EQ(buffer.pubseekoff(-static_cast<std::streamoff>(kFar), ios::cur), 8);
-
+    EXPECT_EQ(buffer.pubseekoff(-8, ios::end), kFar);
+    EXPECT_EQ(buffer.sbumpc(), 'm');
+    EXPECT_EQ(buffer.pubseekoff(-static_cast<std::streamoff>(kFar), ios::cur), 1);
     std::ifstream source(path);
     const SP<IDataInput> input = DataInputIstream::Create(&source);
     input->SetPosition(kFar + 1);
     EXPECT_EQ(input->Read(Data(8), 8), 7);
     EXPECT_EQ(bytes, "idpointe");
-    EXPECT_EQ(input->GetPosition(), input->GetSize());
+    EXPECT_EQ(input->GetPosition() + output->GetPosition(), 2 * input->GetSize());
 }
 
 TEST(InputStreambuf, TurnsAFailureIntoBadbitAndKeepsIt)
@@ -156,9 +160,7 @@ TEST(InputStreambuf, TurnsAFailureIntoBadbitAndKeepsIt)
     source->failing = {1, 2};
     InputStreambuf buffer(source, 4);
     std::istream text(&buffer);
-    EXPECT_EQ(text.get(), 'f');
-    EXPECT_EQ(buffer.in_avail(), 3);
-    EXPECT_EQ(source->GetPosition(), 4);
+    EXPECT_EQ(text.get() == 'f' ? buffer.in_avail() : 0, 3) << "what it has read ahead";
     EXPECT_EQ(text.sync() + static_cast<int>(source->GetPosition()), 1) << "now where the reader is";
     std::string word;
     EXPECT_EQ(buffer.Failure(), nullptr);
@@ -173,11 +175,10 @@ TEST(InputStreambuf, TurnsAFailureIntoBadbitAndKeepsIt)
     text.clear();
     EXPECT_TRUE(text >> word);
     EXPECT_EQ(word, "irst");
-
-    InputStreambuf folder(DataInputFile::Create("/tmp"));  // which cannot be read, as the file stream does not tell
+    InputStreambuf folder(DataInputFile::Create("/"));  // which cannot be read, as the file stream does not tell
     EXPECT_TRUE((std::istream(&folder) >> word).bad());
     const Records failure = Thrown([&] { std::rethrow_exception(folder.Failure()); });
-    EXPECT_EQ(failure.filename, "/tmp");
+    EXPECT_EQ(failure.filename, "/");
     EXPECT_EQ(failure.description, "The stream ended before its size");
 }
 
@@ -203,20 +204,6 @@ TEST(OutputStreambuf, BeginsAgainAfterAFailure)
         text << "4";
     }
     EXPECT_EQ(target->bytes, "one two.4our or more") << "which it has written, unlike what it said";
-}
-
-TEST(StdStream, FailuresOfStandardStreamsSetBadbit)
-{
-    std::ifstream folder("/tmp");  // opens, but cannot be read
-    folder.exceptions(ios::badbit);
-    EXPECT_EQ(DataInputIstream::Create(&folder)->Read(Data(1), 1), 0);
-    std::ofstream full("/dev/full");
-    const std::vector<uint8_t> large(100'000);
-    EXPECT_EQ(Thrown([&] { DataOutputOstream::Create(&full)->Write(large.data(), large.size()); }).description,
-              "The standard stream cannot be written");
-    EXPECT_TRUE(folder.bad() && full.bad());
-    EXPECT_EQ(Thrown([&] { DataInputIstream::Create(&folder); }).description,
-              "The standard stream cannot be positioned");
 }
 
 }  // namespace
