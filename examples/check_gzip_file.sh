@@ -15,8 +15,8 @@ for file in empty random "$text"; do
 done
 
 for length in 5 20 $(($(stat -c %s packed) - 1)); do
-    head -c "$length" packed >cut
-    refuse 'cut: is not compressed by gzip, or damaged' gzip_file expand cut out
+    head -c "$length" packed >short
+    refuse 'short: is not compressed by gzip, or damaged' gzip_file expand short out
 done
 refuse 'is not compressed by gzip, or damaged' gzip_file expand "$text" out
 refuse 'none: .*: No such file or directory' gzip_file compress none out

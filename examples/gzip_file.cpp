@@ -29,6 +29,8 @@ constexpr char kHelp[] =
     "  -h, --help  show this text and end\n"
     "Ends with 0, with 1 after a failure and with 2 if the command line is wrong.\n";
 
+// NOLINTBEGIN(readability-identifier-naming): Boost.Iostreams looks for these names
+
 /// What a filter reads from. Boost.Iostreams copies its devices, so they only point to what they work on; that could be
 /// any input stream of the library.
 struct Source
@@ -59,6 +61,7 @@ struct Sink
 
     Examples::TargetFile* output;
 };
+// NOLINTEND(readability-identifier-naming)
 
 template <class Filter>
 void CopyThrough(Filter filter, Examples::FileReader& source, Examples::TargetFile& target)
