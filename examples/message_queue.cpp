@@ -26,7 +26,7 @@ using namespace Tarsel::Core;
 using Message = std::vector<uint8_t>;
 
 constexpr ioSize kLongestMessage = 100'000;
-constexpr unsigned kCount = 1000;
+constexpr ioSize kCount = 1000;
 constexpr std::size_t kCapacity = 16;
 
 constexpr char kHelp[] =
@@ -104,7 +104,7 @@ private:
 };
 
 /// Of all lengths that pass, and different from its neighbours.
-Message MakeMessage(unsigned number)
+Message MakeMessage(ioSize number)
 {
     return Message(1 + number * 7919 % kLongestMessage, static_cast<uint8_t>(number));
 }
@@ -115,7 +115,7 @@ void SendMessages(const Examples::ByteStreams& streams)
     const SP<IDataChannel> channel = CommunicationChannel::Create(streams.input, streams.output, false);
     uint8_t ready = 0;
     channel->Read(&ready, channel->ReadHeader());
-    for (unsigned number = 0; number < kCount; ++number)
+    for (ioSize number = 0; number < kCount; ++number)
     {
         const Message message = MakeMessage(number);
         channel->Write(message.data(), message.size());
@@ -140,8 +140,8 @@ void Run(const std::vector<std::string>& /*operands*/)
     const uint8_t ready = 1;  // what came before the handler was there would not be announced
     channel->Write(&ready, sizeof(ready));
 
-    unsigned right = 0;
-    unsigned taken = 0;
+    ioSize right = 0;
+    ioSize taken = 0;
     for (Message message = queue.Take(); !message.empty(); message = queue.Take())
     {
         right += message == MakeMessage(taken++) ? 1 : 0;
