@@ -67,6 +67,24 @@ function(kitio_add_library target)
     kitio_install_library(${target})
 endfunction()
 
+# kitio_add_header_library(<target> [EXPORT_NAME <name>] HEADERS <public header>...)
+# Nothing to build. Users link KitIO::<name>, by default that of the target.
+function(kitio_add_header_library target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORT_NAME" "HEADERS")
+    if(NOT arg_EXPORT_NAME)
+        set(arg_EXPORT_NAME ${target})
+    endif()
+    add_library(${target} INTERFACE)
+    add_library(KitIO::${arg_EXPORT_NAME} ALIAS ${target})
+    target_sources(${target} INTERFACE
+        FILE_SET HEADERS BASE_DIRS "${CMAKE_CURRENT_SOURCE_DIR}" FILES ${arg_HEADERS})
+    target_compile_features(${target} INTERFACE cxx_std_17)
+    set_target_properties(${target} PROPERTIES
+        EXPORT_NAME ${arg_EXPORT_NAME}
+        VERIFY_INTERFACE_HEADER_SETS ${KitIO_IS_TOP_LEVEL})
+    kitio_install_library(${target})
+endfunction()
+
 # kitio_install_library(<target>): makes a library, or one that is all headers, part of the installation and so a
 # component of the package KitIO. Programs need what is in "runtime", those who build them "development" as well.
 function(kitio_install_library target)

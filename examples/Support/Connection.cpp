@@ -1,11 +1,12 @@
 #include <Support/Connection.h>
 
+#include <limits>
 #include <utility>
 
+#include <TarselGuard/GuardedFrameInput.h>
 #include <TarselIO/CommunicationChannel.h>
 #include <TarselIO/DataInputPipe.h>
 #include <TarselIO/DataOutputPipe.h>
-#include <TarselPointer/RefCountImpl.h>
 
 namespace Examples
 {
@@ -16,50 +17,12 @@ using namespace Tarsel::Core;
 namespace
 {
 
-/// Lets only whole messages through. A channel takes it that each read brings what it asks for, so a peer that is
-/// killed while it writes would leave a message with zero bytes in place of what is missing. Here that ends the
-/// reading.
-class WholeMessages : public virtual IByteDataInput
-{
-public:
-    explicit WholeMessages(SP<IByteDataInput> input) : m_input(std::move(input)) {}
-    ~WholeMessages() override = default;
-
-    // IRefCountable
-    int AddRef() const override { return m_refCount.AddRefImpl(); }
-    int GetRefCount() const override { return m_refCount.GetRefCountImpl(); }
-    int Release() const override
-    {
-        const int remaining = m_refCount.ReleaseImpl();
-        if (remaining == 0)
-        {
-            delete this;
-        }
-        return remaining;
-    }
-
-    // IByteDataInput
-    ioSize Read(uint8_t* data, ioSize size) override
-    {
-        // The channel reads a length and the bytes of a message by turns; nothing instead of a length is a proper end.
-        const ioSize count = m_input->Read(data, size);
-        if (count != size && m_inMessage)
-        {
-            throw PeerGone();
-        }
-        m_inMessage = !m_inMessage;
-        return count;
-    }
-
-private:
-    Tarsel::RefCountImpl m_refCount;
-    SP<IByteDataInput> m_input;
-    bool m_inMessage = false;
-};
-
+/// A channel takes it that each read brings what it asks for, so a peer that is killed while it writes would leave a
+/// message with zero bytes in place of what is missing. The guard lets only whole messages through.
 SP<IDataChannel> Join(const SP<IByteDataInput>& input, const SP<IByteDataOutput>& output)
 {
-    return CommunicationChannel::Create(SP<IByteDataInput>(new WholeMessages(input)), output, true);
+    constexpr ioSize kNoLimit = std::numeric_limits<ioSize>::max();
+    return CommunicationChannel::Create(GuardedFrameInput::Create(input, kNoLimit, nullptr), output, true);
 }
 
 }  // namespace

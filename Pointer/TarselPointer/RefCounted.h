@@ -1,0 +1,35 @@
+#pragma once
+
+#include <TarselPointer/IRefCountable.h>
+#include <TarselPointer/RefCountImpl.h>
+
+namespace Tarsel
+{
+
+/// Implements the reference counting of `Interface`, which derives from IRefCountable, for classes that live in headers
+/// alone or in programs: `class MyInput : public RefCounted<IByteDataInput>`. They are made with `new` and held by SP.
+template <class Interface>
+class RefCounted : public virtual Interface
+{
+public:
+    int AddRef() const override { return m_refCount.AddRefImpl(); }
+    int GetRefCount() const override { return m_refCount.GetRefCountImpl(); }
+
+    int Release() const override
+    {
+        const int remaining = m_refCount.ReleaseImpl();
+        if (remaining == 0)
+        {
+            delete this;
+        }
+        return remaining;
+    }
+
+protected:
+    ~RefCounted() override = default;
+
+private:
+    RefCountImpl m_refCount;
+};
+
+}  // namespace Tarsel

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <ios>
+#include <limits>
+#include <optional>
+#include <streambuf>
+#include <utility>
+
+#include <boost/throw_exception.hpp>
+
+#include <TarselIO/IOException.h>
+#include <TarselIO/ioSize.h>
+
+namespace Tarsel::Core
+{
+
+/// What DataInputIstream and DataOutputOstream share: one direction, `std::ios_base::in` or `out`, of a standard
+/// stream.
+///
+/// It works on the stream's buffer and not through its operations, which would take the end of the data for a failure
+/// and throw what the program has asked for with exceptions(). What the buffer throws sets badbit and goes no further.
+class StandardStream
+{
+public:
+    /// Throws IOException with TagDescription if the stream has failed or does not tell its positions. The stream is
+    /// not owned.
+    StandardStream(std::ios& stream, std::ios_base::openmode direction)
+        : m_stream(stream), m_direction(direction), m_begin(Seek(0, std::ios_base::cur)), m_end(m_begin)
+    {
+        const std::optional<ioSize> end = m_begin ? Seek(0, std::ios_base::end) : std::nullopt;
+        if (!end || !MoveTo(*m_begin))
+        {
+            BOOST_THROW_EXCEPTION(IOException() << ErrorDescription("The standard stream cannot be positioned"));
+        }
+        m_end = end;
+    }
+
+    ioSize Begin() const { return *m_begin; }  ///< where the stream stood at first
+    ioSize End() const { return *m_end; }      ///< where it ended at first
+
+    bool MoveTo(ioSize position)
+    {
+        return position <= static_cast<ioSize>(std::numeric_limits<std::streamoff>::max()) &&
+               Seek(static_cast<std::streamoff>(position), std::ios_base::beg) == position;
+    }
+
+    /// The position is not one of the stream's; or the stream does not go there.
+    [[noreturn]] static void FailToMove(ioSize position)
+    {
+        BOOST_THROW_EXCEPTION(IOException() << ErrorSeek(position));
+    }
+
+    /// Moves up to `size` bytes by calls of `transfer(buffer, offset, count)`, which returns how many it moved. Stops
+    /// at 0; returns their sum.
+    template <class Transfer>
+    ioSize MoveBytes(ioSize size, Transfer transfer)
+    {
+        constexpr ioSize kMost = std::numeric_limits<std::streamsize>::max();
+        ioSize done = 0;
+        bool moving = true;
+        while (moving && done != size)
+        {
+            const auto count = static_cast<std::streamsize>(std::min(size - done, kMost));
+            const auto moved = OnBuffer([&](std::streambuf& buffer) { return transfer(buffer, done, count); });
+            moving = moved && *moved > 0;
+            done += moving ? static_cast<ioSize>(*moved) : 0;
+        }
+        return done;
+    }
+
+    /// Sets badbit, without what the stream's exceptions() would make of that.
+    void SetBad() noexcept
+    {
+        try
+        {
+            m_stream.setstate(std::ios_base::badbit);
+        }
+        catch (const std::ios_base::failure&)
+        {
+            // Set all the same.
+        }
+    }
+
+private:
+    /// The result of `action(buffer)`; nothing if that throws or the stream has failed before.
+    template <class Action>
+    auto OnBuffer(Action action) -> std::optional<decltype(action(std::declval<std::streambuf&>()))>
+    {
+        if (m_stream.bad())  // as is a stream without a buffer
+        {
+            return std::nullopt;
+        }
+        try
+        {
+            return action(*m_stream.rdbuf());
+        }
+        catch (...)
+        {
+            SetBad();
+            return std::nullopt;
+        }
+    }
+
+    std::optional<ioSize> Seek(std::streamoff offset, std::ios_base::seekdir from)
+    {
+        const auto reached = OnBuffer([&](std::streambuf& buffer)
+                                      { return std::streamoff(buffer.pubseekoff(offset, from, m_direction)); });
+        return reached && *reached >= 0 ? std::optional<ioSize>(static_cast<ioSize>(*reached)) : std::nullopt;
+    }
+
+    std::ios& m_stream;
+    const std::ios_base::openmode m_direction;
+    std::optional<ioSize> m_begin;
+    std::optional<ioSize> m_end;
+};
+
+}  // namespace Tarsel::Core

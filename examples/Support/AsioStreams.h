@@ -1,0 +1,133 @@
+#pragma once
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <fcntl.h>
+#include <system_error>
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/read.hpp>
+#include <boost/asio/write.hpp>
+#include <glog/logging.h>
+
+#include <TarselIO/IByteDataInput.h>
+#include <TarselIO/IByteDataOutput.h>
+#include <TarselPointer/RefCounted.h>
+#include <TarselPointer/SP.h>
+
+namespace Examples
+{
+
+namespace asio = boost::asio;
+using Tarsel::Core::ioSize;
+
+/// The result of a system call, unless it failed.
+inline int Checked(int result)
+{
+    return result != -1 ? result : throw std::system_error(errno, std::generic_category());
+}
+
+/// One direction of a connected socket or a pipe. Each transfer runs in a context of its own, on the thread that asks
+/// for it. So any other thread can give that one something to do, which wakes it at once.
+class Transfers
+{
+public:
+    /// Takes over the descriptor.
+    explicit Transfers(int descriptor) : m_stream(m_context, descriptor) {}
+
+    /// Runs what `start(stream, condition, handler)` begins and returns how many bytes it moved.
+    template <class Start>
+    ioSize Run(Start start)
+    {
+        ioSize moved = 0;
+        const auto condition = [this](const boost::system::error_code& error, std::size_t /*done*/) -> std::size_t
+        { return error || m_cancelled ? 0 : kChunk; };
+        const auto handler = [&moved](const boost::system::error_code& error, std::size_t done)
+        {
+            moved = done;
+            LOG_IF(INFO, error) << "A transfer ended after " << done << " bytes: " << error.message();
+        };
+        if (!m_cancelled)
+        {
+            start(m_stream, condition, handler);
+            m_context.restart();
+            m_context.run();
+        }
+        return moved;
+    }
+
+    /// Ends a transfer that runs and makes all later ones move nothing. Comes from any thread.
+    void Cancel()
+    {
+        asio::post(m_context,
+                   [this]
+                   {
+                       m_cancelled = true;
+                       m_stream.cancel();
+                   });
+    }
+
+private:
+    static constexpr std::size_t kChunk = 65536;
+
+    asio::io_context m_context;
+    asio::posix::stream_descriptor m_stream;
+    bool m_cancelled = false;  // used by the thread that runs the context alone
+};
+
+/// Reads until all has come that was asked for, as a channel needs it: less at the end, after a failure and after
+/// Cancel. Which it was is told by the log.
+class AsioInput : public Tarsel::RefCounted<Tarsel::Core::IByteDataInput>
+{
+public:
+    explicit AsioInput(int descriptor) : m_transfers(descriptor) {}
+
+    ioSize Read(uint8_t* data, ioSize size) override
+    {
+        return m_transfers.Run([&](auto& stream, auto condition, auto handler)
+                               { asio::async_read(stream, asio::buffer(data, size), condition, handler); });
+    }
+
+    void Cancel() override { m_transfers.Cancel(); }
+
+private:
+    Transfers m_transfers;
+};
+
+/// Its counterpart. Like the library's pipes it sets SIGPIPE to ignored, so that a write to nobody is a failure.
+class AsioOutput : public Tarsel::RefCounted<Tarsel::Core::IByteDataOutput>
+{
+public:
+    explicit AsioOutput(int descriptor) : m_transfers(descriptor) { std::signal(SIGPIPE, SIG_IGN); }
+
+    ioSize Write(const uint8_t* data, ioSize size) override
+    {
+        return m_transfers.Run([&](auto& stream, auto condition, auto handler)
+                               { asio::async_write(stream, asio::buffer(data, size), condition, handler); });
+    }
+
+    void Cancel() override { m_transfers.Cancel(); }
+
+private:
+    Transfers m_transfers;
+};
+
+/// What a channel is made of.
+struct ByteStreams
+{
+    Tarsel::SP<Tarsel::Core::IByteDataInput> input;
+    Tarsel::SP<Tarsel::Core::IByteDataOutput> output;
+};
+
+/// Takes over a connected socket and makes its two directions, each with a descriptor of its own.
+inline ByteStreams Split(int descriptor)
+{
+    const int copy = Checked(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
+    return {Tarsel::SP<AsioInput>(new AsioInput(copy)), Tarsel::SP<AsioOutput>(new AsioOutput(descriptor))};
+}
+
+}  // namespace Examples

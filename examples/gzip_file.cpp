@@ -1,0 +1,102 @@
+// A file is compressed or expanded by a filter of Boost.Iostreams, which reads and writes the library's streams.
+
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <boost/iostreams/categories.hpp>
+#include <boost/iostreams/copy.hpp>
+#include <boost/iostreams/filter/gzip.hpp>
+#include <boost/iostreams/filtering_streambuf.hpp>
+
+#include <Support/FileReader.h>
+#include <Support/Program.h>
+#include <Support/TargetFile.h>
+#include <TarselIO/ioSize.h>
+
+namespace
+{
+
+namespace io = boost::iostreams;
+using Tarsel::Core::ioSize;
+
+constexpr char kHelp[] =
+    "Usage: gzip_file compress|expand SOURCE TARGET\n"
+    "\n"
+    "Compresses SOURCE in the format of gzip, or expands it again, and writes the result to TARGET, which is replaced\n"
+    "once that is complete.\n"
+    "  -h, --help  show this text and end\n"
+    "Ends with 0, with 1 after a failure and with 2 if the command line is wrong.\n";
+
+// NOLINTBEGIN(readability-identifier-naming): Boost.Iostreams looks for these names
+
+/// What a filter reads from. Boost.Iostreams copies its devices, so they only point to what they work on; that could be
+/// any input stream of the library.
+struct Source
+{
+    using char_type = char;
+    using category = io::source_tag;
+
+    std::streamsize read(char* data, std::streamsize size) const
+    {
+        const ioSize count = input->Read(reinterpret_cast<uint8_t*>(data), static_cast<ioSize>(size));
+        return count == 0 ? -1 : static_cast<std::streamsize>(count);
+    }
+
+    Examples::FileReader* input;
+};
+
+/// What it writes to: it takes all that it is given, or throws.
+struct Sink
+{
+    using char_type = char;
+    using category = io::sink_tag;
+
+    std::streamsize write(const char* data, std::streamsize size) const
+    {
+        output->Write(reinterpret_cast<const uint8_t*>(data), static_cast<ioSize>(size));
+        return size;
+    }
+
+    Examples::TargetFile* output;
+};
+// NOLINTEND(readability-identifier-naming)
+
+template <class Filter>
+void CopyThrough(Filter filter, Examples::FileReader& source, Examples::TargetFile& target)
+{
+    io::filtering_streambuf<io::input> filtered;
+    filtered.push(filter);
+    filtered.push(Source{&source});
+    io::copy(filtered, Sink{&target});
+}
+
+void Run(const std::vector<std::string>& operands)
+{
+    const std::string& mode = operands[0];
+    if (mode != "compress" && mode != "expand")
+    {
+        throw std::runtime_error("neither compress nor expand");
+    }
+    Examples::FileReader source(operands[1]);
+    Examples::TemporaryFiles files;
+    Examples::TargetFile target(operands[2], files);
+    try
+    {
+        mode == "compress" ? CopyThrough(io::gzip_compressor(), source, target)
+                           : CopyThrough(io::gzip_decompressor(), source, target);
+    }
+    catch (const io::gzip_error&)
+    {
+        throw std::runtime_error(operands[1] + ": is not compressed by gzip, or damaged");
+    }
+    target.Keep();
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    return Examples::RunProgram(argc, argv, {kHelp, 3, 3}, &Run);
+}

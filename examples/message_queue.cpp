@@ -1,0 +1,161 @@
+// A queue behind the handler of a channel: messages are taken off the channel as they come, and wait until somebody has
+// time for them. So a sender is held up only when the queue is full, and a channel's message never stays in its way.
+
+#include <array>
+#include <condition_variable>
+#include <deque>
+#include <future>
+#include <iostream>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <sys/socket.h>
+#include <utility>
+#include <vector>
+
+#include <Support/AsioStreams.h>
+#include <Support/Program.h>
+#include <TarselGuard/GuardedFrameInput.h>
+#include <TarselIO/CommunicationChannel.h>
+
+namespace
+{
+
+using Tarsel::SP;
+using namespace Tarsel::Core;
+using Message = std::vector<uint8_t>;
+
+constexpr ioSize kLongestMessage = 100'000;
+constexpr ioSize kCount = 1000;
+constexpr std::size_t kCapacity = 16;
+
+constexpr char kHelp[] =
+    "Usage: message_queue [--verbose]\n"
+    "\n"
+    "Sends 1000 messages over a socket to a queue that holds 16 of them, and checks what comes out of it.\n"
+    "  -v, --verbose  show the log on standard error\n"
+    "  -h, --help     show this text and end\n"
+    "Ends with 0 if all came in their order, with 1 after a failure and with 2 if the command line is wrong.\n";
+
+/// Three threads meet here: the channel's own announces, a worker fetches, and whoever wants to takes.
+class MessageQueue : public IDataAvailableHandler
+{
+public:
+    /// The channel is locked meanwhile: the handler may call its Write, but neither its Read, nor IsDataAvaliable, nor
+    /// SetDataAvailableHandler, and must not drop the last reference. So it only takes a note. One is enough: the
+    /// channel fetches no further message before this one has been read.
+    void OnDataAvailable(ioSize size) override
+    {
+        Change([&] { m_announced = size; });
+    }
+
+    void OnEnd(FrameEnd /*why*/)
+    {
+        Change([&] { m_ended = true; });
+    }
+
+    /// The worker: fetches what is announced, while there is room. An empty message marks the end.
+    void Work(IDataChannel& channel)
+    {
+        Message message;
+        do
+        {
+            message.resize(NextLength());
+            if (!message.empty())
+            {
+                channel.Read(message.data(), message.size());
+            }
+            Change([&] { m_messages.push_back(message); });
+        } while (!message.empty());
+    }
+
+    /// Waits for the next message, whoever has time for it.
+    Message Take()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return !m_messages.empty(); });
+        Message message = std::move(m_messages.front());
+        m_messages.pop_front();
+        m_changed.notify_all();
+        return message;
+    }
+
+private:
+    template <class Action>
+    void Change(Action action)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        action();
+        m_changed.notify_all();
+    }
+
+    ioSize NextLength()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return (m_announced != 0 || m_ended) && m_messages.size() < kCapacity; });
+        return std::exchange(m_announced, 0);
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<Message> m_messages;  // this and all below guarded by m_mutex
+    ioSize m_announced = 0;
+    bool m_ended = false;
+};
+
+/// Of all lengths that pass, and different from its neighbours.
+Message MakeMessage(ioSize number)
+{
+    return Message(1 + number * 7919 % kLongestMessage, static_cast<uint8_t>(number));
+}
+
+/// The other side, which could be another process.
+void SendMessages(const Examples::ByteStreams& streams)
+{
+    const SP<IDataChannel> channel = CommunicationChannel::Create(streams.input, streams.output, false);
+    uint8_t ready = 0;
+    channel->Read(&ready, channel->ReadHeader());
+    for (ioSize number = 0; number < kCount; ++number)
+    {
+        const Message message = MakeMessage(number);
+        channel->Write(message.data(), message.size());
+    }
+    channel->Write(nullptr, 0);  // a farewell, which ends the other side's reading
+}
+
+void Run(const std::vector<std::string>& /*operands*/)
+{
+    std::array<int, 2> sockets = {};
+    Examples::Checked(::socketpair(AF_UNIX, SOCK_STREAM, 0, sockets.data()));
+    const auto sender = std::async(std::launch::async, &SendMessages, Examples::Split(sockets[0]));
+
+    MessageQueue queue;
+    const Examples::ByteStreams streams = Examples::Split(sockets[1]);
+    const SP<IDataChannel> channel = CommunicationChannel::Create(
+        GuardedFrameInput::Create(streams.input, kLongestMessage, [&queue](FrameEnd why) { queue.OnEnd(why); }),
+        streams.output,
+        true);
+    channel->SetDataAvailableHandler(&queue);
+    const auto worker = std::async(std::launch::async, [&] { queue.Work(*channel); });
+    const uint8_t ready = 1;  // what came before the handler was there would not be announced
+    channel->Write(&ready, sizeof(ready));
+
+    ioSize right = 0;
+    ioSize taken = 0;
+    for (Message message = queue.Take(); !message.empty(); message = queue.Take())
+    {
+        right += message == MakeMessage(taken++) ? 1 : 0;
+    }
+    if (right != kCount || taken != kCount)
+    {
+        throw std::runtime_error("of " + std::to_string(taken) + " messages " + std::to_string(right) + " are right");
+    }
+    std::cout << taken << " messages came in their order\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    return Examples::RunProgram(argc, argv, {kHelp, 0, 0}, &Run);
+}

@@ -1,0 +1,121 @@
+// Stopping a channel whose peer is alive but silent. A channel's end waits for its background thread, and that for the
+// input. Cancel of the library's pipes cannot wake a thread that waits there: it would wait until the peer writes or
+// goes. Over streams whose Cancel does (Support/AsioStreams) the end comes at once, over sockets and pipes alike.
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include <Support/AsioStreams.h>
+#include <Support/Program.h>
+#include <TarselIO/CommunicationChannel.h>
+#include <TarselIO/DataInputFF.h>
+#include <TarselIO/DataOutputFF.h>
+
+namespace
+{
+
+using Tarsel::SP;
+using namespace Tarsel::Core;
+
+constexpr char kHelp[] =
+    "Usage: silent_peer [--verbose]\n"
+    "\n"
+    "Starts a process that sends one message and nothing more, waits for a while and gives up: over a socket and a "
+    "pipe.\n"
+    "Prints how long it takes to end the channel while the other process lives.\n"
+    "  -v, --verbose  show the log on standard error\n"
+    "  -h, --help     show this text and end\n"
+    "Ends with 0, with 1 after a failure and with 2 if the command line is wrong.\n";
+
+constexpr std::array<uint8_t, 5> kMessage = {'h', 'e', 'l', 'l', 'o'};
+
+/// A process that writes one message to `descriptor` and then does nothing. It ends with this object, or this process.
+class SilentPeer
+{
+public:
+    explicit SilentPeer(int descriptor) : m_process(Examples::Checked(::fork()))
+    {
+        if (m_process == 0)
+        {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            const SP<IByteDataOutput> output(new Examples::AsioOutput(descriptor));
+            CommunicationChannel::Create(DataInputFF::Create(""), output, false)
+                ->Write(kMessage.data(), kMessage.size());
+            for (;; ::pause())
+            {
+            }
+        }
+        ::close(descriptor);
+    }
+    ~SilentPeer()
+    {
+        ::kill(m_process, SIGKILL);
+        ::waitpid(m_process, nullptr, 0);
+    }
+    SilentPeer(const SilentPeer&) = delete;
+    SilentPeer& operator=(const SilentPeer&) = delete;
+
+    bool IsAlive() const { return ::waitpid(m_process, nullptr, WNOHANG) == 0; }
+
+private:
+    pid_t m_process;
+};
+
+bool Arrives(const IDataChannel& channel, std::chrono::milliseconds patience)
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (!channel.IsDataAvaliable() && std::chrono::steady_clock::now() < end)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return channel.IsDataAvaliable();
+}
+
+void GiveUp(const char* kind, const std::array<int, 2>& ends)
+{
+    const SilentPeer peer(ends[1]);
+    const SP<IByteDataInput> input(new Examples::AsioInput(ends[0]));
+    SP<IDataChannel> channel = CommunicationChannel::Create(input, DataOutputFF::Create(""), true);
+    std::array<uint8_t, kMessage.size()> message = {};
+    if (!Arrives(*channel, std::chrono::minutes(1)) || channel->Read(message.data(), message.size()) == 0 ||
+        message != kMessage || Arrives(*channel, std::chrono::milliseconds(200)))
+    {
+        throw std::runtime_error("the other process does not behave as it should");
+    }
+
+    const auto start = std::chrono::steady_clock::now();
+    channel.reset();  // which calls the input's Cancel and waits for the thread
+    const auto time = std::chrono::steady_clock::now() - start;
+    if (!peer.IsAlive())
+    {
+        throw std::runtime_error("the other process has gone by itself");
+    }
+    std::cout << kind << ": ended within " << std::chrono::duration_cast<std::chrono::milliseconds>(time).count() + 1
+              << " ms while the other process was silent\n";
+}
+
+void Run(const std::vector<std::string>& /*operands*/)
+{
+    std::array<int, 2> ends = {};
+    Examples::Checked(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()));
+    GiveUp("socket", ends);
+    Examples::Checked(::pipe(ends.data()));
+    GiveUp("pipe", ends);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    return Examples::RunProgram(argc, argv, {kHelp, 0, 0}, &Run);
+}

@@ -1,0 +1,209 @@
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <random>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include <TarselIO/DataInputFile.h>
+#include <TarselIO/DataOutputFile.h>
+#include <TarselStdStream/DataInputIstream.h>
+#include <TarselStdStream/DataOutputOstream.h>
+#include <TarselStdStream/InputStreambuf.h>
+#include <TarselStdStream/OutputStreambuf.h>
+
+#include "Support/Records.h"
+#include "Support/ScriptedStreams.h"
+#include "Support/TemporaryDirectory.h"
+
+using namespace Tarsel::Core;
+using std::ios;
+using Tarsel::SP;
+
+namespace
+{
+
+constexpr ioSize kFar = (ioSize{1} << 32) + 12345;
+const std::string kText = "first\nsecond line\n\nthe last one, which is longer than all others";
+
+// Room for `size` bytes, with others in it.
+std::string bytes;
+uint8_t* Data(std::size_t size)
+{
+    bytes = kText.substr(0, size);
+    return reinterpret_cast<uint8_t*>(bytes.data());
+}
+
+template <class Subject>
+using Steps = std::vector<std::function<std::string(Subject&, std::size_t)>>;
+constexpr ios::seekdir kFrom[] = {ios::beg, ios::cur, ios::end};
+
+const Steps<std::istream> kReads = {
+    [](auto& s, auto) { return std::to_string(s.get()); },
+    [](auto& s, auto) { return std::to_string(s.tellg()) + (std::getline(s, bytes), bytes); },
+    [](auto& s, auto) { return s.unget(), ""; },
+    [](auto& s, auto n) { return s.putback(kText[n]), ""; },
+    [](auto& s, auto n) { return s.seekg(long(n) - 20, kFrom[n % 3]), ""; },
+    [](auto& s, auto n) { return std::to_string(s.read(reinterpret_cast<char*>(Data(n)), long(n)).gcount()) + bytes; }};
+const Steps<std::ostream> kWrites = {[](auto& s, auto) { return s.put('x'), ""; },
+                                     [](auto& s, auto) { return s.flush(), ""; },
+                                     [](auto& s, auto) { return std::to_string(s.tellp()); },
+                                     [](auto& s, auto n) { return s << kText.substr(n, n / 3), ""; },
+                                     [](auto& s, auto n) { return s.seekp(long(n) - 20, kFrom[n % 3]), ""; }};
+const Steps<IDataInput> kInputs = {
+    [](auto& s, auto n) { return std::to_string(s.Read(Data(n), n)) + bytes; },
+    [](auto& s, auto) { return std::to_string(s.GetPosition() + 1000 * s.GetSize()); },
+    [](auto& s, auto n) { return s.SetPosition(n), ""; },
+    [](auto& s, auto n) { return std::to_string(*Thrown([&] { s.SetPosition(s.GetSize() + n + 1); }).seek); }};
+const Steps<IDataOutput> kOutputs = {
+    [](auto& s, auto n) { return std::to_string(s.Write(Data(n), n)); },
+    [](auto& s, auto) { return std::to_string(s.GetPosition() + 1000 * s.GetSize()); },
+    [](auto& s, auto n) { return s.SetPosition(std::min<ioSize>(n, s.GetSize())), ""; },
+    [](auto& s, auto n) { return s.SetSize(s.GetSize() + n), ""; },
+    [](auto& s, auto n) { return std::to_string(*Thrown([&] { s.SetPosition(s.GetSize() + n + 1); }).seek); }};
+
+// Takes many of the steps on ours and theirs, which are to show the same.
+template <class Subject>
+void Compare(const Steps<Subject>& steps, Subject& ours, Subject& theirs)
+{
+    static std::minstd_rand random;  // the same numbers in each run
+    for (int i = 0; i < 100 && !testing::Test::HasFailure(); ++i)
+    {
+        const std::size_t step = random() % steps.size();
+        const std::size_t argument = random() % 40;
+        EXPECT_EQ(steps[step](ours, argument), steps[step](theirs, argument)) << step << ' ' << argument;
+        if constexpr (std::is_base_of_v<std::ios, Subject>)
+        {
+            EXPECT_EQ(ours.rdstate(), theirs.rdstate()) << step << ' ' << argument;
+            ours.clear();
+            theirs.clear();
+        }
+    }
+}
+
+TEST(StdStream, BuffersWorkLikeThoseOfStringStreams)
+{
+    for (std::size_t size = 0; size < 200; ++size)
+    {
+        InputStreambuf input(DataInputString::Create(&kText), size % 10);
+        std::istream reader(&input);
+        std::istringstream theirReader(kText);
+        Compare<std::istream>(kReads, reader, theirReader);
+        std::string written;
+        OutputStreambuf output(DataOutputString::Create(&written), size % 10);
+        std::ostream writer(&output);
+        std::ostringstream theirWriter;
+        Compare<std::ostream>(kWrites, writer, theirWriter);
+        writer.flush();
+        ASSERT_EQ(written, theirWriter.str());
+    }
+}
+
+TEST(StdStream, StandardStreamsWorkLikeOurs)
+{
+    std::istringstream source(kText);
+    source.exceptions(ios::badbit | ios::failbit | ios::eofbit);
+    Compare(kInputs, *DataInputIstream::Create(&source), *DataInputString::Create(&kText));
+    EXPECT_TRUE(source.good());
+    std::string written;
+    std::ostringstream target;
+    const SP<IDataOutput> output = DataOutputOstream::Create(&target);
+    Compare(kOutputs, *output, *DataOutputString::Create(&written));
+    EXPECT_EQ(target.str(), written);
+    EXPECT_EQ(Thrown([&] { output->SetSize(1); }).description, "A standard stream cannot be cut");
+
+    std::ifstream folder("/");  // opens, but cannot be read
+    folder.exceptions(ios::badbit);
+    EXPECT_EQ(DataInputIstream::Create(&folder)->Read(Data(1), 1), 0);
+    std::ofstream full("/dev/full");
+    const std::vector<uint8_t> large(100'000);
+    EXPECT_EQ(Thrown([&] { DataOutputOstream::Create(&full)->Write(large.data(), large.size()); }).description,
+              "The standard stream cannot be written");
+    EXPECT_TRUE(folder.bad() && full.bad());
+    EXPECT_EQ(Thrown([&] { DataInputIstream::Create(&folder); }).description,
+              "The standard stream cannot be positioned");
+}
+
+// Writes and reads a word at a position that takes more than 32 bits, through each of the four classes.
+TEST(StdStream, PositionsHave64Bits)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.Path("sparse");
+    {
+        OutputStreambuf buffer(DataOutputFile::Create(path));
+        std::ostream file(&buffer);
+        std::filesystem::resize_file(path, kFar);
+        file.seekp(kFar) << "middle";
+        EXPECT_EQ(file.seekp(-3, ios::end).tellp(), kFar + 3) << "the stream itself tells that its size is 0";
+    }
+    std::ofstream target(path, ios::in | ios::out);
+    const SP<IDataOutput> output = DataOutputOstream::Create(&target);
+    output->SetPosition(kFar + 3);
+    EXPECT_EQ(output->Write(reinterpret_cast<const uint8_t*>("point"), 5), 5);
+    target.close();
+    InputStreambuf buffer(DataInputFile::Create(path));
+    EXPECT_EQ(buffer.pubseekoff(-8, ios::end), kFar);
+    EXPECT_EQ(buffer.sbumpc(), 'm');
+    EXPECT_EQ(buffer.pubseekoff(-static_cast<std::streamoff>(kFar), ios::cur), 1);
+    std::ifstream source(path);
+    const SP<IDataInput> input = DataInputIstream::Create(&source);
+    input->SetPosition(kFar + 1);
+    EXPECT_EQ(input->Read(Data(8), 8), 7);
+    EXPECT_EQ(bytes, "idpointe");
+    EXPECT_EQ(input->GetPosition() + output->GetPosition(), 2 * input->GetSize());
+}
+
+TEST(InputStreambuf, TurnsAFailureIntoBadbitAndKeepsIt)
+{
+    const SP<ScriptedInput> source(new ScriptedInput(kText));
+    source->failing = {1, 2};
+    InputStreambuf buffer(source, 4);
+    std::istream text(&buffer);
+    EXPECT_EQ(text.get() == 'f' ? buffer.in_avail() : 0, 3) << "what it has read ahead";
+    EXPECT_EQ(text.sync() + static_cast<int>(source->GetPosition()), 1) << "now where the reader is";
+    std::string word;
+    EXPECT_EQ(buffer.Failure(), nullptr);
+    EXPECT_TRUE((text >> word).bad());
+    EXPECT_THROW(std::rethrow_exception(buffer.Failure()), std::runtime_error);
+    text.clear();
+    text.exceptions(ios::badbit);
+    EXPECT_THROW(text >> word, std::runtime_error);
+    text.clear();
+    EXPECT_FALSE(text.seekg(1000));
+    EXPECT_EQ(Thrown([&] { std::rethrow_exception(buffer.Failure()); }).seek, 1000U);
+    text.clear();
+    EXPECT_TRUE(text >> word);
+    EXPECT_EQ(word, "irst");
+    InputStreambuf folder(DataInputFile::Create("/"));  // which cannot be read, as the file stream does not tell
+    EXPECT_TRUE((std::istream(&folder) >> word).bad());
+    const Records failure = Thrown([&] { std::rethrow_exception(folder.Failure()); });
+    EXPECT_EQ(failure.filename, "/");
+    EXPECT_EQ(failure.description, "The stream ended before its size");
+}
+
+TEST(OutputStreambuf, BeginsAgainAfterAFailure)
+{
+    const SP<ScriptedOutput> target(new ScriptedOutput);
+    target->failing = {1};
+    {
+        OutputStreambuf buffer(target, 4);
+        std::ostream text(&buffer);
+        EXPECT_TRUE(text << "one " << std::flush << "two" << std::unitbuf);
+        EXPECT_FALSE(text << '.') << "after which it is flushed, where nothing may be thrown";
+        EXPECT_THROW(std::rethrow_exception(buffer.Failure()), std::runtime_error);
+        text.clear();
+        target->SetPosition(0);  // wherever the failure has left it
+        EXPECT_TRUE(text << std::nounitbuf << std::flush);
+        EXPECT_EQ(target->bytes, "one two.");
+        text.exceptions(ios::badbit);
+        target->result = 0;
+        EXPECT_EQ(Thrown([&] { text << "four or more"; }).description, "The stream takes no more bytes");
+        target->result.reset();
+        text.clear();
+        text << "4";
+    }
+    EXPECT_EQ(target->bytes, "one two.4our or more") << "which it has written, unlike what it said";
+}
+
+}  // namespace
