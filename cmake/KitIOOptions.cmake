@@ -3,14 +3,19 @@
 option(KITIO_BUILD_TESTS "Build the tests" ${KitIO_IS_TOP_LEVEL})
 option(KITIO_BUILD_EXAMPLES "Build the example programs" ${KitIO_IS_TOP_LEVEL})
 option(KITIO_BUILD_BENCHMARKS "Build the benchmarks" ${KitIO_IS_TOP_LEVEL})
+option(KITIO_BUILD_FUZZERS "Build the fuzzers for runs of libFuzzer (Clang) rather than to replay their corpora" OFF)
 option(KITIO_INSTALL "Make the install target" ${KitIO_IS_TOP_LEVEL})
 option(KITIO_WARNINGS_AS_ERRORS "Treat compiler warnings in KitIO as errors" OFF)
 option(KITIO_COVERAGE "Measure which lines run (GCC)" OFF)
 
-set(KITIO_SANITIZE "" CACHE STRING "Sanitizer for KitIO's own targets: address, undefined, thread, or empty for none")
-set_property(CACHE KITIO_SANITIZE PROPERTY STRINGS "" address undefined thread)
-if(NOT KITIO_SANITIZE MATCHES "^(|address|undefined|thread)$")
-    message(FATAL_ERROR "KITIO_SANITIZE is '${KITIO_SANITIZE}', not one of: address, undefined, thread")
+set(kitio_sanitizers address undefined thread "address,undefined")
+set(KITIO_SANITIZE "" CACHE STRING "Sanitizers for KitIO's own targets, one of: ${kitio_sanitizers}; or empty for none")
+set_property(CACHE KITIO_SANITIZE PROPERTY STRINGS "" ${kitio_sanitizers})
+if(KITIO_SANITIZE AND NOT KITIO_SANITIZE IN_LIST kitio_sanitizers)
+    message(FATAL_ERROR "KITIO_SANITIZE is '${KITIO_SANITIZE}', not one of: ${kitio_sanitizers}")
+endif()
+if(KITIO_BUILD_FUZZERS AND NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "KITIO_BUILD_FUZZERS needs Clang, whose libFuzzer runs them, not ${CMAKE_CXX_COMPILER_ID}")
 endif()
 
 # Shared libraries unless the builder says otherwise. Inside another project this is a plain variable, so that our
