@@ -4,7 +4,7 @@ cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." || exit
 
 # Prints a path for each file of ours that a compiler reads, each ended by a zero byte.
 our_sources() {
-    find Export Pointer Filesystem Exception Hash Foundation IO StdStream Guard tests examples bench \
+    find Export Pointer Filesystem Exception Hash Foundation IO StdStream Guard tests examples bench fuzz \
         -type f \( -name '*.h' -o -name '*.cpp' \) -print0
 }
 

@@ -1,0 +1,205 @@
+// The message channel over arbitrary bytes and over streams that fail, in both modes. The model drives streams with the
+// same content and the same faults as the channel's.
+
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <glog/logging.h>
+
+#include <Support/Check.h>
+#include <Support/FaultyStreams.h>
+#include <TarselIO/CommunicationChannel.h>
+
+using namespace Tarsel::Core;
+using Message = std::vector<uint8_t>;
+
+namespace
+{
+
+/// Lets nobody read before it is opened, and tells when so many reads have been made.
+struct GatedInput : FaultyInput
+{
+    using FaultyInput::FaultyInput;
+
+    ioSize Read(uint8_t* data, ioSize size) override
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [&] { return open; });
+        changed.notify_all();
+        return FaultyInput::Read(data, size);
+    }
+
+    void Cancel() override { ++cancels; }
+
+    void OpenAndWaitForCalls(std::size_t calls)
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        open = true;
+        changed.notify_all();
+        changed.wait(lock, [&] { return plan.calls >= calls; });
+    }
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool open = false;
+    unsigned cancels = 0;
+};
+
+/// Throws when it hears of the message with that number, counted from 1.
+struct Handler : IDataAvailableHandler
+{
+    void OnDataAvailable(ioSize size) override
+    {
+        sizes += std::to_string(size) + " ";
+        if (--failing == 0)
+        {
+            throw std::runtime_error("handler");
+        }
+    }
+
+    unsigned failing = 0;
+    std::string sizes;
+};
+
+ioSize ReadLength(FaultyInput& stream)
+{
+    ioSize length = 0;
+    stream.Read(reinterpret_cast<uint8_t*>(&length), sizeof(length));
+    return length;
+}
+
+/// What a thread receives until it ends. False if that depends on how a vector grows.
+bool ReceiveAll(FaultyInput& stream, Handler& handler, std::vector<Message>& messages)
+{
+    try
+    {
+        for (Message message; const ioSize length = ReadLength(stream);)
+        {
+            if (length > kMemoryLimit / 1024 && length < kMemoryLimit)
+            {
+                return false;
+            }
+            message.resize(length);
+            stream.Read(message.data(), length);
+            messages.push_back(message);
+            handler.OnDataAvailable(length);
+        }
+    }
+    catch (const std::exception&)
+    {
+        return true;  // an exception ends the thread like an empty message
+    }
+    return true;
+}
+
+struct Session
+{
+    void Write()
+    {
+        const std::string text = input.Text();
+        const auto* const data = reinterpret_cast<const uint8_t*>(text.data());
+        const ioSize size = text.size();
+        const auto* const length = reinterpret_cast<const uint8_t*>(&size);
+        const auto writeModel = [&] { return modelTarget.Write(length, 8), modelTarget.Write(data, size); };
+        CheckSame(
+            "Write", [&] { return channel->Write(data, size); }, writeModel);
+        Check("calls of Write", target->plan.sizes, modelTarget.plan.sizes);
+        Check("bytes written", written, expected);
+    }
+
+    void ReadDirect()
+    {
+        const std::size_t size = input.Below(256);
+        Message message(size);
+        Message model(size);
+        CheckSame(
+            "ReadHeader", [&] { return channel->ReadHeader(); }, [&] { return ReadLength(modelSource); });
+        const auto readModel = [&] { return modelSource.Read(model.data(), size); };
+        CheckSame(
+            "Read", [&] { return channel->Read(message.data(), size); }, readModel);
+        Check("equal bytes read", message == model, 1);
+    }
+
+    /// Takes a message in pieces; false when it leaves some.
+    bool Take(const Message& message)
+    {
+        for (std::size_t position = 0; position < message.size();)
+        {
+            if (input.Below(16) == 1)
+            {
+                return false;
+            }
+            const ioSize asked = input.Empty() ? message.size() : input.Size(message.size());
+            Message piece(std::min<ioSize>(asked, message.size() - position));
+            Check("Read", channel->Read(piece.data(), asked), piece.size());
+            Check("equal bytes read", std::equal(piece.begin(), piece.end(), &message[position]), 1);
+            position += piece.size();
+        }
+        return true;
+    }
+
+    Input& input;
+    const FaultPlan readFaults{input};
+    const FaultPlan writeFaults{input};
+    const std::string wire = input.Take(input.Number(2));
+    std::string written = {};
+    std::string expected = {};
+    Tarsel::SP<GatedInput> source{new GatedInput(&wire, readFaults)};
+    Tarsel::SP<FaultyOutput> target{new FaultyOutput(&written, writeFaults)};
+    FaultyInput modelSource{&wire, readFaults};
+    FaultyOutput modelTarget{&expected, writeFaults};
+    Tarsel::SP<IDataChannel> channel = {};
+};
+
+void FuzzDirect(Session& session)
+{
+    session.channel = CommunicationChannel::Create(session.source, session.target, false);
+    session.source->OpenAndWaitForCalls(0);
+    while (!session.input.Empty())
+    {
+        session.ReadDirect();
+        session.Write();
+    }
+    session.channel.reset();
+    Check("calls of Cancel", session.source->cancels, 0);
+}
+
+void FuzzThreaded(Session& session)
+{
+    Handler handler;
+    handler.failing = session.input.Below(16);
+    Handler model = handler;
+    std::vector<Message> messages;
+    if (!ReceiveAll(session.modelSource, model, messages))
+    {
+        return;
+    }
+    session.channel = CommunicationChannel::Create(session.source, session.target, true);
+    session.channel->SetDataAvailableHandler(&handler);
+    session.source->OpenAndWaitForCalls(0);
+    const auto take = [&](const Message& message) { return session.Write(), session.Take(message); };
+    if (std::all_of(messages.begin(), messages.end(), take))
+    {
+        session.source->OpenAndWaitForCalls(session.modelSource.plan.calls);
+        Check("IsDataAvaliable", session.channel->IsDataAvaliable(), 0);
+        session.channel.reset();
+        Check("sizes announced", handler.sizes, model.sizes);
+        Check("calls of Read", session.source->plan.sizes, session.modelSource.plan.sizes);
+    }
+    session.channel.reset();
+    Check("calls of Cancel", session.source->cancels, 1);
+}
+
+}  // namespace
+
+void Fuzz(Input& input)
+{
+    FLAGS_minloglevel = google::GLOG_FATAL;  // the exceptions that end a thread are no findings
+    const bool threaded = input.Below(2) == 0;
+    Session session{input};
+    threaded ? FuzzThreaded(session) : FuzzDirect(session);
+}
