@@ -1,16 +1,23 @@
 #include "Support/SystemCalls.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <map>
 #include <new>
 #include <optional>
+#include <pthread.h>
 #include <set>
+#include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -36,6 +43,86 @@ struct Watch
 };
 std::optional<Watch> watch;
 
+constexpr std::array<std::string_view, 22> kSweptFunctions = {"malloc",
+                                                              "open",
+                                                              "read",
+                                                              "write",
+                                                              "close",
+                                                              "fopen",
+                                                              "fseek",
+                                                              "ftell",
+                                                              "fread",
+                                                              "fwrite",
+                                                              "fflush",
+                                                              "fclose",
+                                                              "ftruncate",
+                                                              "stat",
+                                                              "statx",
+                                                              "mkdir",
+                                                              "tempnam",
+                                                              "signal",
+                                                              "localtime_r",
+                                                              "pthread_create",
+                                                              "pthread_mutex_init",
+                                                              "pthread_cond_init"};
+
+// The run that is swept. While it is active, threads change its counters only.
+struct Sweep
+{
+    std::atomic<bool> active = false;
+    std::array<std::array<std::atomic<unsigned>, 2>, kSweptFunctions.size()> calls = {};
+    std::optional<CallPoint> point = {};
+    Outcome outcome = Pass();
+    std::atomic<unsigned> fired = 0;
+};
+Sweep sweep;
+std::atomic<long> liveBlocks = 0;
+thread_local bool runsTheSweep = false;
+thread_local int exemptions = 0;
+
+// Counts a call of the run, and says what befalls it, if anything does.
+const Outcome* Befallen(std::string_view function)
+{
+    if (!sweep.active || exemptions != 0)
+    {
+        return nullptr;
+    }
+    const auto* const name = std::find(kSweptFunctions.begin(), kSweptFunctions.end(), function);
+    const bool background = !runsTheSweep;
+    const unsigned number = sweep.calls.at(name - kSweptFunctions.begin()).at(background ? 1 : 0)++;
+    const bool meant = sweep.point && sweep.point->function == function && sweep.point->background == background &&
+                       sweep.point->number == number;
+    return meant ? (++sweep.fired, &sweep.outcome) : nullptr;
+}
+
+void RunSwept(const std::function<void()>& action)
+{
+    for (auto& calls : sweep.calls)
+    {
+        calls[0] = calls[1] = 0;
+    }
+    sweep.fired = 0;
+    sweep.active = runsTheSweep = true;
+    action();
+    sweep.active = runsTheSweep = false;
+}
+
+// A call that is only swept, not watched.
+template <typename Result, typename Call>
+Result MakeSwept(std::string_view function, Result failure, Call call)
+{
+    const Outcome* const outcome = Befallen(function);
+    return outcome != nullptr ? (errno = outcome->error, failure) : call();
+}
+
+template <typename Call>
+void* Allocate(Call call)
+{
+    void* const block = MakeSwept("malloc", static_cast<void*>(nullptr), call);
+    liveBlocks += block != nullptr ? 1 : 0;
+    return block;
+}
+
 Outcome Next(const std::string& function)
 {
     std::vector<Outcome>& outcomes = watch->outcomes[function];
@@ -49,16 +136,23 @@ Outcome Next(const std::string& function)
 template <typename Result, typename Call>
 Result Make(const char* path, int descriptor, const char* name, const std::string& arguments, Result failure, Call call)
 {
-    if (!watch || (path != nullptr ? watch->path != path : watch->descriptors.count(descriptor) == 0))
+    const Outcome* const befallen = Befallen(name);
+    const bool watched = watch && (path != nullptr ? watch->path == path : watch->descriptors.count(descriptor) != 0);
+    if (befallen == nullptr && !watched)
     {
         return call(Pass().limit);
     }
-    const auto [scripted, limit, pretended] = Next(name);
+    const auto [scripted, limit, pretended] = befallen != nullptr ? *befallen : Next(name);
     const bool closes = std::string(name).find("close") != std::string::npos;
     const bool reaches = (scripted == 0 && !pretended) || closes;
     const Result actual = reaches ? call(limit) : static_cast<Result>(limit);
     const Result result = scripted == 0 ? actual : failure;
     const int error = scripted == 0 && result == failure ? errno : scripted;
+    if (!watched)
+    {
+        errno = error;
+        return result;
+    }
     if (closes)
     {
         watch->descriptors.erase(descriptor);
@@ -110,25 +204,133 @@ MemoryLimits& ThisThreadsMemory()
     return memory;
 }
 
+std::vector<CallPoint> CallsOf(const std::function<void()>& action)
+{
+    sweep.point.reset();
+    RunSwept(action);
+    std::vector<CallPoint> points;
+    for (std::size_t function = 0; function != kSweptFunctions.size(); ++function)
+    {
+        for (const bool background : {false, true})
+        {
+            for (unsigned number = 0; number != sweep.calls.at(function).at(background ? 1 : 0); ++number)
+            {
+                points.push_back({kSweptFunctions.at(function).data(), background, number});
+            }
+        }
+    }
+    return points;
+}
+
+unsigned RunWithFault(const CallPoint& point, const Outcome& outcome, const std::function<void()>& action)
+{
+    sweep.point = point;
+    sweep.outcome = outcome;
+    RunSwept(action);
+    return sweep.fired;
+}
+
+Exempt::Exempt()
+{
+    ++exemptions;
+}
+
+Exempt::~Exempt()
+{
+    --exemptions;
+}
+
+bool FailsInSweep(const char* function)
+{
+    return MakeSwept(function, true, [] { return false; });
+}
+
+long LiveBlocks()
+{
+    return liveBlocks;
+}
+
+// NOLINTBEGIN(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
+#ifdef KITIO_SANITIZERS_ALLOCATOR
+namespace
+{
+
+void* NewBlock(std::size_t size)
+{
+    return Allocate([=] { return std::malloc(size); });
+}
+
+void DeleteBlock(void* block)
+{
+    liveBlocks -= block != nullptr ? 1 : 0;
+    std::free(block);
+}
+
+}  // namespace
+#else
+// The C library's own, by the names that it keeps for programs with a malloc of theirs.
+extern "C" void* __libc_malloc(size_t size);
+extern "C" void* __libc_calloc(size_t count, size_t size);
+extern "C" void* __libc_realloc(void* block, size_t size);
+extern "C" void __libc_free(void* block);
+
+extern "C" void* malloc(size_t size)
+{
+    return Allocate([=] { return __libc_malloc(size); });
+}
+
+extern "C" void* calloc(size_t count, size_t size)
+{
+    return Allocate([=] { return __libc_calloc(count, size); });
+}
+
+extern "C" void* realloc(void* block, size_t size)
+{
+    void* const moved = Allocate([=] { return __libc_realloc(block, size); });
+    liveBlocks -= block != nullptr && (moved != nullptr || size == 0) ? 1 : 0;
+    return moved;
+}
+
+extern "C" void free(void* block)
+{
+    liveBlocks -= block != nullptr ? 1 : 0;
+    __libc_free(block);
+}
+
+namespace
+{
+
+void* NewBlock(std::size_t size)
+{
+    return malloc(size);
+}
+
+void DeleteBlock(void* block)
+{
+    free(block);
+}
+
+}  // namespace
+#endif
+
 // Not inlined: an optimizer that sees only one of the pair takes malloc and free for a mismatch.
 __attribute__((noinline)) void* operator new(std::size_t size)
 {
-    void* const block = size <= ThisThreadsMemory().largest ? std::malloc(size) : nullptr;
+    void* const block = size <= ThisThreadsMemory().largest ? NewBlock(size) : nullptr;
     return block != nullptr ? block : throw std::bad_alloc();
 }
 
 __attribute__((noinline)) void operator delete(void* block) noexcept
 {
-    std::free(block);
+    DeleteBlock(block);
 }
 
 __attribute__((noinline)) void operator delete(void* block, std::size_t /*size*/) noexcept
 {
-    std::free(block);
+    DeleteBlock(block);
 }
 
 // The names are given, and the parameters say what the system's headers abbreviate.
-// NOLINTBEGIN(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
 extern "C" int open(const char* path, int flags, ...)
 {
     std::va_list more;
@@ -203,4 +405,36 @@ extern "C" int ftruncate(int descriptor, off_t length) noexcept
     const auto call = [=](size_t) { return SYSTEMS(ftruncate)(descriptor, length); };
     return Make(nullptr, descriptor, "ftruncate", std::to_string(length), -1, call);
 }
+
+#define SWEPT_CALL(Result, function, failure, parameters, ...)                                        \
+    extern "C" Result function parameters noexcept                                                    \
+    {                                                                                                 \
+        return MakeSwept<Result>(#function, failure, [=] { return SYSTEMS(function)(__VA_ARGS__); }); \
+    }
+// One that returns its error.
+#define SWEPT_THREAD_CALL(function, parameters, ...)                                                            \
+    extern "C" int function parameters noexcept                                                                 \
+    {                                                                                                           \
+        return MakeSwept<int>(#function, -1, [=] { return SYSTEMS(function)(__VA_ARGS__); }) == -1 ? errno : 0; \
+    }
+using StatX = struct statx;
+SWEPT_CALL(int, stat, -1, (const char* path, struct stat* status), path, status)
+SWEPT_CALL(int, statx, -1, (int at, const char* path, int flags, unsigned mask, StatX* to), at, path, flags, mask, to)
+SWEPT_CALL(int, mkdir, -1, (const char* path, mode_t mode), path, mode)
+SWEPT_CALL(sighandler_t, signal, SIG_ERR, (int number, sighandler_t handler), number, handler)
+SWEPT_CALL(std::tm*, localtime_r, nullptr, (const std::time_t* time, std::tm* local), time, local)
+SWEPT_THREAD_CALL(pthread_create,
+                  (pthread_t * thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument),
+                  thread,
+                  attributes,
+                  run,
+                  argument)
+SWEPT_THREAD_CALL(pthread_mutex_init,
+                  (pthread_mutex_t * mutex, const pthread_mutexattr_t* attributes),
+                  mutex,
+                  attributes)
+SWEPT_THREAD_CALL(pthread_cond_init,
+                  (pthread_cond_t * condition, const pthread_condattr_t* attributes),
+                  condition,
+                  attributes)
 // NOLINTEND(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
