@@ -277,8 +277,8 @@ void UsesTheHelpers(Stage& stage)
 {
     const auto file = DataInputFile::Create(stage.input);
     const std::vector<uint8_t> bytes = StreamToBuffer(file.get(), true);
-    stage.Saw("bytes",
-              std::equal(stage.pattern.begin(), stage.pattern.end(), reinterpret_cast<const char*>(&bytes[0])));
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size() - 1);
+    stage.Saw("bytes", text == stage.pattern);
     file->SetPosition(0);
     stage.Saw("text", StreamToBufferString(file.get()) == stage.pattern);
     stage.Saw("digest", MD5Generate(DataInputMemory::Create(stage.Data(), kSize), "a text").Hex().size());

@@ -89,7 +89,7 @@ const Outcome* Befallen(std::string_view function)
     }
     const auto* const name = std::find(kSweptFunctions.begin(), kSweptFunctions.end(), function);
     const bool background = !runsTheSweep;
-    const unsigned number = sweep.calls.at(name - kSweptFunctions.begin()).at(background ? 1 : 0)++;
+    const unsigned number = sweep.calls.at(static_cast<std::size_t>(name - kSweptFunctions.begin())).at(background ? 1 : 0)++;
     const bool meant = sweep.point && sweep.point->function == function && sweep.point->background == background &&
                        sweep.point->number == number;
     return meant ? (++sweep.fired, &sweep.outcome) : nullptr;

@@ -1,0 +1,395 @@
+// Pairs of processes that talk over channels in both directions while one of each pair is killed at random moments and
+// replaced. Every message is checked; the survivors must end each talk as documented and keep no memory.
+//     kitio_soak [seconds]            as long as it takes to trust it
+//     kitio_soak --deaths <number>    so many deaths, one soon after the other
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <cstring>
+#include <fcntl.h>
+#include <functional>
+#include <iostream>
+#include <malloc.h>
+#include <random>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include <glog/logging.h>
+
+#include <TarselIO/KitIO.h>
+
+#include "Support/TemporaryDirectory.h"
+
+using namespace Tarsel::Core;
+using Tarsel::SP;
+using Clock = std::chrono::steady_clock;
+using Random = std::independent_bits_engine<std::minstd_rand, 16, unsigned>;
+
+namespace
+{
+
+constexpr std::size_t kPairs = 3;
+constexpr ioSize kLargest = ioSize{4} << 20U;
+constexpr std::chrono::seconds kPatience(60);  // what takes longer hangs
+
+enum Phase : unsigned
+{
+    kOpen,
+    kHeader,
+    kPayload,
+    kIdle
+};
+constexpr std::array<const char*, 4> kPhases = {" in open, ", " in header, ", " in payload, ", " when idle\n"};
+
+// Four places hold a message, or two while they grow. A survivor takes as much once, after its first talk. From then on
+// its memory may grow by what lies between its blocks, and by what the allocator keeps at hand for its threads.
+constexpr ioSize kWarmUp = 8 * kLargest;
+using Memory = std::array<long, 3>;  // the peak in bytes, the heap in use in bytes, and the open descriptors
+constexpr Memory kMayGrow = {2 * static_cast<long>(kLargest), 256 << 10, 0};
+
+/// What the processes of a pair and their supervisor know of each other.
+struct Shared
+{
+    std::atomic<Phase> phase;     // of the one that is killed
+    std::atomic<bool> talking;    // the survivor has opened both pipes
+    std::atomic<unsigned> turn;   // the talk that may begin
+    std::atomic<unsigned> talks;  // how many have ended
+    std::atomic<bool> stop;
+    std::atomic<std::uint64_t> messages;
+    std::atomic<std::uint64_t> bytes;
+    Memory start;
+    Memory end;
+};
+
+struct Pair
+{
+    Shared* shared;
+    std::string toSurvivor;
+    std::string toMortal;
+    pid_t survivor;
+    pid_t mortal;
+    unsigned killed;
+};
+
+/// Goes before each message, as a message of its own: its number, its size and the 16 bytes of its digest.
+using Head = std::array<std::uint64_t, 4>;
+
+Head MakeHead(std::uint64_t number, const std::vector<uint8_t>& message)
+{
+    Head head = {number, message.size()};
+    const MD5Digest digest = MD5Generate(message, {});
+    std::memcpy(&head[2], digest.bytes.data(), digest.bytes.size());
+    return head;
+}
+
+void Require(bool condition, const char* what)
+{
+    if (!condition)
+    {
+        std::cerr << "soak: " << what << std::endl;
+        std::_Exit(EXIT_FAILURE);
+    }
+}
+
+Memory MeasureMemory()
+{
+    struct rusage usage = {};
+    ::getrusage(RUSAGE_SELF, &usage);
+    const auto heap = ::mallinfo2();
+    return {usage.ru_maxrss * 1024,
+            static_cast<long>(heap.uordblks + heap.hblkhd),
+            std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {})};
+}
+
+/// Tells the reader what becomes of the channel, which itself does not say when its input has ended.
+class Mailbox : public IDataAvailableHandler
+{
+public:
+    void OnDataAvailable(ioSize /*size*/) override { Note(m_arrived); }
+    void End() { Note(m_ended); }
+    /// Whether another message has come. None that is incomplete is told of.
+    bool Wait()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_arrived || m_ended; });
+        return std::exchange(m_arrived, false) && !m_ended;
+    }
+    /// For the message that came before this handler was installed.
+    void Look(const IDataChannel& channel) { channel.IsDataAvaliable() ? Note(m_arrived) : void(); }
+
+private:
+    void Note(bool& what)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        what = true;
+        m_changed.notify_one();
+    }
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_arrived = false;  // guarded by m_mutex
+    bool m_ended = false;    // guarded by m_mutex
+};
+
+/// The channel's two streams: notices the end of the input, and shows in which phase the output is.
+class Watched : public DataInputOutputPipe
+{
+public:
+    Watched(SP<IByteDataInput> input, SP<IByteDataOutput> output, Mailbox& mailbox, std::atomic<Phase>* phase)
+        : DataInputOutputPipe("", false), m_mailbox(mailbox), m_phase(phase)
+    {
+        SetInputPipe(std::move(input));
+        SetOutputPipe(std::move(output));
+    }
+    ioSize Read(uint8_t* data, ioSize size) override
+    {
+        const ioSize count = DataInputOutputPipe::Read(data, size);
+        count != size ? m_mailbox.End() : void();
+        return count;
+    }
+    /// The mortal one dawdles, so that death finds it in the midst of each phase.
+    ioSize Write(const uint8_t* data, ioSize size) override
+    {
+        const bool header = std::exchange(m_header, !m_header);
+        const ioSize half = m_phase != nullptr ? size / 2 : 0;
+        Enter(header ? kHeader : kPayload);
+        const ioSize count = DataInputOutputPipe::Write(data, half);
+        ::usleep(header && half != 0 ? 100 : 0);
+        const ioSize all = count != half ? count : half + DataInputOutputPipe::Write(data + half, size - half);
+        Enter(kIdle);
+        return all;
+    }
+
+private:
+    void Enter(Phase phase) { m_phase != nullptr ? m_phase->store(phase) : void(); }
+    Mailbox& m_mailbox;
+    std::atomic<Phase>* m_phase;
+    bool m_header = true;
+};
+
+/// Sends messages of random sizes, small ones as often as large ones, until the other side is gone.
+void SendMessages(IDataChannel& channel, bool pauses)
+{
+    Random random(std::random_device{}());
+    std::uniform_real_distribution<double> exponent(0, 22);
+    std::vector<uint8_t> message;
+    for (std::uint64_t number = 0;; ++number)
+    {
+        message.resize(static_cast<ioSize>(std::exp2(exponent(random))));
+        std::generate_n(
+            message.begin(), std::min<ioSize>(message.size(), 256), [&] { return static_cast<uint8_t>(random()); });
+        const Head head = MakeHead(number, message);
+        if (channel.Write(reinterpret_cast<const uint8_t*>(&head), sizeof head) != sizeof head ||
+            channel.Write(message.data(), message.size()) != message.size())
+        {
+            return;
+        }
+        ::usleep(pauses && random() % 4 == 0 ? random() % 2000U : 0);
+    }
+}
+
+void ReceiveMessages(IDataChannel& channel, Mailbox& mailbox, Shared& shared)
+{
+    std::vector<uint8_t> message;
+    Head head = {};
+    for (std::uint64_t number = 0; mailbox.Wait(); ++number)
+    {
+        const ioSize count = channel.Read(reinterpret_cast<uint8_t*>(&head), sizeof head);
+        Require(count == sizeof head && head[1] <= kLargest, "a message is damaged");
+        if (!mailbox.Wait())
+        {
+            return;
+        }
+        message.resize(head[1]);
+        Require(channel.Read(message.data(), message.size()) == message.size(), "a message has another length");
+        Require(MakeHead(number, message) == head, "a message is lost, has come twice or is damaged");
+        ++shared.messages;
+        shared.bytes += message.size();
+    }
+}
+
+/// One talk, until the other side is gone. Both sides open the pipes in the same order.
+void Talk(const Pair& pair, bool mortal)
+{
+    Shared& shared = *pair.shared;
+    SP<IByteDataInput> input;
+    if (mortal)
+    {
+        input = DataInputPipe::Create(pair.toMortal, false);
+    }
+    const SP<IByteDataOutput> output = DataOutputPipe::Create(mortal ? pair.toSurvivor : pair.toMortal, false);
+    if (!mortal)
+    {
+        input = DataInputPipe::Create(pair.toSurvivor, false);
+        shared.talking = true;
+    }
+    Mailbox mailbox;
+    const SP<Watched> streams(new Watched(input, output, mailbox, mortal ? &shared.phase : nullptr));
+    const SP<IDataChannel> channel = CommunicationChannel::Create(streams, streams, true);
+    channel->SetDataAvailableHandler(&mailbox);
+    mailbox.Look(*channel);
+    std::thread sender([&] { SendMessages(*channel, mortal); });
+    ReceiveMessages(*channel, mailbox, shared);
+    sender.join();
+    const std::uint8_t more = 0;
+    Require(channel->Write(&more, 1) == 0, "a message for nobody seems to be sent");
+}
+
+[[noreturn]] void Survive(const Pair& pair)
+{
+    Shared& shared = *pair.shared;
+    for (unsigned talks = 1;; ++talks)
+    {
+        while (shared.turn < talks)
+        {
+            shared.stop ? std::_Exit(EXIT_SUCCESS) : static_cast<void>(::usleep(100));
+        }
+        Talk(pair, false);
+        talks == 1 ? static_cast<void>(std::string(kWarmUp, 'x')) : void();
+        shared.end = MeasureMemory();
+        shared.start = talks == 1 ? shared.end : shared.start;
+        shared.talking = false;
+        shared.talks = talks;
+    }
+}
+
+pid_t Start(const std::function<void()>& body)
+{
+    const pid_t supervisor = ::getpid();
+    const pid_t process = ::fork();
+    if (process == 0)
+    {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        ::getppid() == supervisor ? body() : void();
+        Require(false, "a process has ended its talk that should not");
+    }
+    Require(process > 0, "no process");
+    return process;
+}
+
+void Await(const Pair& pair, const char* what, const std::function<bool()>& condition)
+{
+    const auto deadline = Clock::now() + kPatience;
+    while (!condition())
+    {
+        Require(::waitpid(pair.survivor, nullptr, WNOHANG) == 0, "a survivor has not survived");
+        Require(Clock::now() < deadline, what);
+        ::usleep(100);
+    }
+}
+
+void Replace(Pair& pair)
+{
+    pair.shared->phase = kOpen;
+    pair.shared->turn = pair.killed + 1;
+    pair.mortal = Start([&pair] { Talk(pair, true); });
+}
+
+/// Kills the mortal one, waits until the survivor has ended the talk and returns the phase in which death came.
+Phase Kill(Pair& pair)
+{
+    Shared& shared = *pair.shared;
+    ::kill(pair.mortal, SIGKILL);
+    int status = 0;
+    ::waitpid(pair.mortal, &status, 0);
+    Require(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL, "a process has ended by itself");
+    const Phase phase = shared.phase;
+    // A survivor that still opens its pipes waits for whoever comes next, as it should: these let it through.
+    const int first = ::open(pair.toMortal.c_str(), O_RDWR | O_NONBLOCK);
+    const int second = ::open(pair.toSurvivor.c_str(), O_RDWR | O_NONBLOCK);
+    Await(pair, "a survivor hangs in an open", [&] { return shared.talking || shared.talks > pair.killed; });
+    ::close(first);
+    ::close(second);
+    ++pair.killed;
+    Await(pair, "a survivor hangs", [&] { return shared.talks == pair.killed; });
+    return phase;
+}
+
+/// Ends the survivor, which must have kept nothing.
+void Finish(Pair& pair)
+{
+    Shared& shared = *pair.shared;
+    Kill(pair);
+    shared.stop = true;
+    int status = 0;
+    ::waitpid(pair.survivor, &status, 0);
+    Require(status == 0, "a survivor has failed");
+    const auto& [peak, heap, descriptors] = shared.end;
+    std::cout << "survivor: peak memory " << (shared.start[0] >> 20) << " MiB at the start, " << (peak >> 20)
+              << " MiB at the end; heap in use " << (shared.start[1] >> 10) << " KiB, " << (heap >> 10) << " KiB\n";
+    for (std::size_t i = 0; i != kMayGrow.size(); ++i)
+    {
+        Require(shared.end.at(i) <= shared.start.at(i) + kMayGrow.at(i), "a survivor keeps memory or descriptors");
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    FLAGS_minloglevel = google::GLOG_FATAL;
+    const bool counts = argc == 3 && std::strcmp(argv[1], "--deaths") == 0;
+    char* rest = nullptr;
+    const unsigned long amount = argc > 1 ? std::strtoul(argv[argc - 1], &rest, 10) : 60;
+    if (argc > (counts ? 3 : 2) || (rest != nullptr && *rest != '\0') || amount == 0)
+    {
+        std::cerr << "usage: kitio_soak [seconds]\n       kitio_soak --deaths <number>\n";
+        return 2;
+    }
+    const TemporaryDirectory directory;
+    auto* const shared = static_cast<Shared*>(
+        ::mmap(nullptr, kPairs * sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    Require(shared != MAP_FAILED, "no shared memory");
+    std::vector<Pair> pairs;
+    for (std::size_t i = 0; i != kPairs; ++i)
+    {
+        const std::string name = std::to_string(i);
+        pairs.push_back({shared + i, directory.Fifo(name + "in"), directory.Fifo(name + "out"), 0, 0, 0});
+    }
+    for (Pair& pair : pairs)
+    {
+        pair.survivor = Start([&pair] { Survive(pair); });
+        Replace(pair);
+    }
+
+    Random random(std::random_device{}());
+    std::array<unsigned, kPhases.size()> deaths = {};
+    const auto deadline = Clock::now() + std::chrono::seconds(amount);
+    for (unsigned long death = 0; counts ? death < amount : Clock::now() < deadline; ++death)
+    {
+        ::usleep(counts ? 0 : random() * 8);
+        const auto phase = static_cast<Phase>(random() % kPhases.size());
+        Pair& pair = phase == kOpen ? *latest : pairs[random() % kPairs];
+        const auto limit = Clock::now() + std::chrono::milliseconds(100);  // it need not come: any moment will do
+        while (pair.shared->phase != phase && Clock::now() < limit)
+        {
+            std::this_thread::yield();
+        }
+        ::usleep(random() % 200);
+        ++deaths.at(Kill(pair));
+        Replace(pair);
+    }
+
+    std::for_each(pairs.begin(), pairs.end(), &Finish);
+    std::uint64_t messages = 0;
+    std::uint64_t bytes = 0;
+    for (const Pair& pair : pairs)
+    {
+        messages += pair.shared->messages;
+        bytes += pair.shared->bytes;
+    }
+    std::cout << messages << " messages, " << (bytes >> 20U) << " MiB; faults survived: ";
+    for (std::size_t phase = 0; phase != kPhases.size(); ++phase)
+    {
+        std::cout << deaths.at(phase) << kPhases.at(phase);
+    }
+    Require(messages != 0, "no message came through");
+    return 0;
+}
