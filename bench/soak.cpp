@@ -14,6 +14,7 @@
 #include <functional>
 #include <iostream>
 #include <malloc.h>
+#include <numeric>
 #include <random>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -40,13 +41,11 @@ constexpr std::size_t kPairs = 3;
 constexpr ioSize kLargest = ioSize{4} << 20U;
 constexpr std::chrono::seconds kPatience(60);  // what takes longer hangs
 
-enum Phase : unsigned
-{
-    kOpen,
-    kHeader,
-    kPayload,
-    kIdle
-};
+using Phase = unsigned;
+constexpr Phase kOpen = 0;
+constexpr Phase kHeader = 1;
+constexpr Phase kPayload = 2;
+constexpr Phase kIdle = 3;
 constexpr std::array<const char*, 4> kPhases = {" in open, ", " in header, ", " in payload, ", " when idle\n"};
 
 // Four places hold a message, or two while they grow. A survivor takes as much once, after its first talk. From then on
@@ -55,28 +54,23 @@ constexpr ioSize kWarmUp = 8 * kLargest;
 using Memory = std::array<long, 3>;  // the peak in bytes, the heap in use in bytes, and the open descriptors
 constexpr Memory kMayGrow = {2 * static_cast<long>(kLargest), 256 << 10, 0};
 
-/// What the processes of a pair and their supervisor know of each other.
-struct Shared
-{
-    std::atomic<Phase> phase;     // of the one that is killed
-    std::atomic<bool> talking;    // the survivor has opened both pipes
-    std::atomic<unsigned> turn;   // the talk that may begin
-    std::atomic<unsigned> talks;  // how many have ended
-    std::atomic<bool> stop;
-    std::atomic<std::uint64_t> messages;
-    std::atomic<std::uint64_t> bytes;
-    Memory start;
-    Memory end;
-};
-
+/// One side is killed again and again, the other one survives. In memory that they share with their supervisor.
 struct Pair
 {
-    Shared* shared;
     std::string toSurvivor;
     std::string toMortal;
-    pid_t survivor;
-    pid_t mortal;
-    unsigned killed;
+    pid_t survivor = 0;
+    pid_t mortal = 0;
+    unsigned killed = 0;
+    std::atomic<Phase> phase = kOpen;   // of the mortal one
+    std::atomic<unsigned> turn = 0;     // the talk that may begin
+    std::atomic<bool> talking = false;  // the survivor has opened both pipes
+    std::atomic<unsigned> talks = 0;    // how many it has ended
+    std::atomic<bool> stop = false;
+    std::atomic<std::uint64_t> messages = 0;
+    std::atomic<std::uint64_t> bytes = 0;
+    Memory start = {};
+    Memory end = {};
 };
 
 /// Goes before each message, as a message of its own: its number, its size and the 16 bytes of its digest.
@@ -195,7 +189,7 @@ void SendMessages(IDataChannel& channel, bool pauses)
     }
 }
 
-void ReceiveMessages(IDataChannel& channel, Mailbox& mailbox, Shared& shared)
+void ReceiveMessages(IDataChannel& channel, Mailbox& mailbox, Pair& pair)
 {
     std::vector<uint8_t> message;
     Head head = {};
@@ -210,53 +204,44 @@ void ReceiveMessages(IDataChannel& channel, Mailbox& mailbox, Shared& shared)
         message.resize(head[1]);
         Require(channel.Read(message.data(), message.size()) == message.size(), "a message has another length");
         Require(MakeHead(number, message) == head, "a message is lost, has come twice or is damaged");
-        ++shared.messages;
-        shared.bytes += message.size();
+        ++pair.messages;
+        pair.bytes += message.size();
     }
 }
 
 /// One talk, until the other side is gone. Both sides open the pipes in the same order.
-void Talk(const Pair& pair, bool mortal)
+void Talk(Pair& pair, bool mortal)
 {
-    Shared& shared = *pair.shared;
-    SP<IByteDataInput> input;
-    if (mortal)
-    {
-        input = DataInputPipe::Create(pair.toMortal, false);
-    }
+    SP<IByteDataInput> input = mortal ? DataInputPipe::Create(pair.toMortal, false) : nullptr;
     const SP<IByteDataOutput> output = DataOutputPipe::Create(mortal ? pair.toSurvivor : pair.toMortal, false);
-    if (!mortal)
-    {
-        input = DataInputPipe::Create(pair.toSurvivor, false);
-        shared.talking = true;
-    }
+    input = mortal ? input : DataInputPipe::Create(pair.toSurvivor, false);
+    pair.talking = pair.talking || !mortal;
     Mailbox mailbox;
-    const SP<Watched> streams(new Watched(input, output, mailbox, mortal ? &shared.phase : nullptr));
+    const SP<Watched> streams(new Watched(input, output, mailbox, mortal ? &pair.phase : nullptr));
     const SP<IDataChannel> channel = CommunicationChannel::Create(streams, streams, true);
     channel->SetDataAvailableHandler(&mailbox);
     mailbox.Look(*channel);
     std::thread sender([&] { SendMessages(*channel, mortal); });
-    ReceiveMessages(*channel, mailbox, shared);
+    ReceiveMessages(*channel, mailbox, pair);
     sender.join();
     const std::uint8_t more = 0;
     Require(channel->Write(&more, 1) == 0, "a message for nobody seems to be sent");
 }
 
-[[noreturn]] void Survive(const Pair& pair)
+[[noreturn]] void Survive(Pair& pair)
 {
-    Shared& shared = *pair.shared;
     for (unsigned talks = 1;; ++talks)
     {
-        while (shared.turn < talks)
+        while (pair.turn < talks)
         {
-            shared.stop ? std::_Exit(EXIT_SUCCESS) : static_cast<void>(::usleep(100));
+            pair.stop ? std::_Exit(EXIT_SUCCESS) : static_cast<void>(::usleep(100));
         }
         Talk(pair, false);
         talks == 1 ? static_cast<void>(std::string(kWarmUp, 'x')) : void();
-        shared.end = MeasureMemory();
-        shared.start = talks == 1 ? shared.end : shared.start;
-        shared.talking = false;
-        shared.talks = talks;
+        pair.end = MeasureMemory();
+        pair.start = talks == 1 ? pair.end : pair.start;
+        pair.talking = false;
+        pair.talks = talks;
     }
 }
 
@@ -274,7 +259,7 @@ pid_t Start(const std::function<void()>& body)
     return process;
 }
 
-void Await(const Pair& pair, const char* what, const std::function<bool()>& condition)
+void Await(Pair& pair, const char* what, const std::function<bool()>& condition)
 {
     const auto deadline = Clock::now() + kPatience;
     while (!condition())
@@ -287,46 +272,44 @@ void Await(const Pair& pair, const char* what, const std::function<bool()>& cond
 
 void Replace(Pair& pair)
 {
-    pair.shared->phase = kOpen;
-    pair.shared->turn = pair.killed + 1;
+    pair.phase = kOpen;
+    pair.turn = pair.killed + 1;
     pair.mortal = Start([&pair] { Talk(pair, true); });
 }
 
 /// Kills the mortal one, waits until the survivor has ended the talk and returns the phase in which death came.
 Phase Kill(Pair& pair)
 {
-    Shared& shared = *pair.shared;
     ::kill(pair.mortal, SIGKILL);
     int status = 0;
     ::waitpid(pair.mortal, &status, 0);
     Require(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL, "a process has ended by itself");
-    const Phase phase = shared.phase;
+    const Phase phase = pair.phase;
     // A survivor that still opens its pipes waits for whoever comes next, as it should: these let it through.
     const int first = ::open(pair.toMortal.c_str(), O_RDWR | O_NONBLOCK);
     const int second = ::open(pair.toSurvivor.c_str(), O_RDWR | O_NONBLOCK);
-    Await(pair, "a survivor hangs in an open", [&] { return shared.talking || shared.talks > pair.killed; });
+    Await(pair, "a survivor hangs in an open", [&] { return pair.talking || pair.talks > pair.killed; });
     ::close(first);
     ::close(second);
     ++pair.killed;
-    Await(pair, "a survivor hangs", [&] { return shared.talks == pair.killed; });
+    Await(pair, "a survivor hangs", [&] { return pair.talks == pair.killed; });
     return phase;
 }
 
 /// Ends the survivor, which must have kept nothing.
 void Finish(Pair& pair)
 {
-    Shared& shared = *pair.shared;
     Kill(pair);
-    shared.stop = true;
+    pair.stop = true;
     int status = 0;
     ::waitpid(pair.survivor, &status, 0);
     Require(status == 0, "a survivor has failed");
-    const auto& [peak, heap, descriptors] = shared.end;
-    std::cout << "survivor: peak memory " << (shared.start[0] >> 20) << " MiB at the start, " << (peak >> 20)
-              << " MiB at the end; heap in use " << (shared.start[1] >> 10) << " KiB, " << (heap >> 10) << " KiB\n";
+    std::cout << "survivor: peak memory " << (pair.start[0] >> 20) << " MiB at the start, " << (pair.end[0] >> 20)
+              << " MiB at the end; heap in use " << (pair.start[1] >> 10) << " KiB, " << (pair.end[1] >> 10)
+              << " KiB\n";
     for (std::size_t i = 0; i != kMayGrow.size(); ++i)
     {
-        Require(shared.end.at(i) <= shared.start.at(i) + kMayGrow.at(i), "a survivor keeps memory or descriptors");
+        Require(pair.end.at(i) <= pair.start.at(i) + kMayGrow.at(i), "a survivor keeps memory or descriptors");
     }
 }
 
@@ -344,22 +327,20 @@ int main(int argc, char** argv)
         return 2;
     }
     const TemporaryDirectory directory;
-    auto* const shared = static_cast<Shared*>(
-        ::mmap(nullptr, kPairs * sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    Require(shared != MAP_FAILED, "no shared memory");
-    std::vector<Pair> pairs;
-    for (std::size_t i = 0; i != kPairs; ++i)
-    {
-        const std::string name = std::to_string(i);
-        pairs.push_back({shared + i, directory.Fifo(name + "in"), directory.Fifo(name + "out"), 0, 0, 0});
-    }
+    constexpr int kAccess = PROT_READ | PROT_WRITE;
+    void* const memory = ::mmap(nullptr, kPairs * sizeof(Pair), kAccess, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    Require(memory != MAP_FAILED, "no shared memory");
+    auto& pairs = *static_cast<std::array<Pair, kPairs>*>(memory);
     for (Pair& pair : pairs)
     {
+        const std::string name = std::to_string(&pair - pairs.data());
+        new (&pair) Pair{directory.Fifo(name + "in"), directory.Fifo(name + "out")};
         pair.survivor = Start([&pair] { Survive(pair); });
         Replace(pair);
     }
 
     Random random(std::random_device{}());
+    Pair* latest = pairs.data();
     std::array<unsigned, kPhases.size()> deaths = {};
     const auto deadline = Clock::now() + std::chrono::seconds(amount);
     for (unsigned long death = 0; counts ? death < amount : Clock::now() < deadline; ++death)
@@ -368,24 +349,20 @@ int main(int argc, char** argv)
         const auto phase = static_cast<Phase>(random() % kPhases.size());
         Pair& pair = phase == kOpen ? *latest : pairs[random() % kPairs];
         const auto limit = Clock::now() + std::chrono::milliseconds(100);  // it need not come: any moment will do
-        while (pair.shared->phase != phase && Clock::now() < limit)
+        while (pair.phase != phase && Clock::now() < limit)
         {
             std::this_thread::yield();
         }
         ::usleep(random() % 200);
         ++deaths.at(Kill(pair));
-        Replace(pair);
+        Replace(*(latest = &pair));
     }
 
     std::for_each(pairs.begin(), pairs.end(), &Finish);
-    std::uint64_t messages = 0;
-    std::uint64_t bytes = 0;
-    for (const Pair& pair : pairs)
-    {
-        messages += pair.shared->messages;
-        bytes += pair.shared->bytes;
-    }
-    std::cout << messages << " messages, " << (bytes >> 20U) << " MiB; faults survived: ";
+    const auto sum = [&pairs](auto member)
+    { return std::accumulate(pairs.begin(), pairs.end(), 0UL, [=](auto n, Pair& pair) { return n + pair.*member; }); };
+    const auto messages = sum(&Pair::messages);
+    std::cout << messages << " messages, " << (sum(&Pair::bytes) >> 20U) << " MiB; faults survived: ";
     for (std::size_t phase = 0; phase != kPhases.size(); ++phase)
     {
         std::cout << deaths.at(phase) << kPhases.at(phase);
