@@ -224,8 +224,6 @@ void Talk(Pair& pair, bool mortal)
     std::thread sender([&] { SendMessages(*channel, mortal); });
     ReceiveMessages(*channel, mailbox, pair);
     sender.join();
-    const std::uint8_t more = 0;
-    Require(channel->Write(&more, 1) == 0, "a message for nobody seems to be sent");
 }
 
 [[noreturn]] void Survive(Pair& pair)

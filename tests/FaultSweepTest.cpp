@@ -7,6 +7,7 @@
 #include <map>
 #include <random>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
 
@@ -559,6 +560,33 @@ TEST_P(FaultSweep, EndsAsDocumented)
         }
     }
     std::cout << points.size() << " calls, " << runs << " runs\n";
+}
+
+// The sweep has looked at the descriptors of each of its runs; here the system itself has none left.
+TEST(Descriptors, RunOutLikeAnythingElse)
+{
+    FLAGS_minloglevel = google::GLOG_FATAL;
+    Stage stage;
+    GenerateTempFileName();
+    const std::ptrdiff_t before = OpenDescriptors();
+    rlimit normal{};
+    ::getrlimit(RLIMIT_NOFILE, &normal);
+    const rlimit none{3, normal.rlim_max};
+    for (int round = 0; round != 2000; ++round)
+    {
+        ::setrlimit(RLIMIT_NOFILE, &none);
+        EXPECT_EQ(Thrown([&] { DataInputFile::Create(stage.input); }).details, std::strerror(EMFILE));
+        EXPECT_EQ(Thrown([&] { DataOutputFile::Create(stage.output); }).description, std::strerror(EMFILE));
+        EXPECT_EQ(Thrown([&] { DataInputPipe::Create(stage.incoming, true); }).systemErrorCode, EMFILE);
+        EXPECT_EQ(Thrown([&] { DataOutputPipe::Create(stage.outgoing, true); }).systemErrorCode, EMFILE);
+        EXPECT_THROW(GeneratePipeName(), boost::uuids::entropy_error);
+        ::setrlimit(RLIMIT_NOFILE, &normal);
+        WritesAPipe<ByteDataOutputRawProtocol>(stage);
+        Stage::Drain(stage.near, stage.arrived);
+        ReadsAFile(stage);
+        stage.seen.clear(), stage.arrived.clear();
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
 }
 
 }  // namespace
