@@ -43,42 +43,42 @@ struct Watch
 };
 std::optional<Watch> watch;
 
-constexpr std::array<std::string_view, 22> kSweptFunctions = {"malloc",
-                                                              "open",
-                                                              "read",
-                                                              "write",
-                                                              "close",
-                                                              "fopen",
-                                                              "fseek",
-                                                              "ftell",
-                                                              "fread",
-                                                              "fwrite",
-                                                              "fflush",
-                                                              "fclose",
-                                                              "ftruncate",
-                                                              "stat",
-                                                              "statx",
-                                                              "mkdir",
-                                                              "tempnam",
-                                                              "signal",
-                                                              "localtime_r",
-                                                              "pthread_create",
-                                                              "pthread_mutex_init",
-                                                              "pthread_cond_init"};
+constexpr std::string_view kSweptFunctions =
+    " malloc open read write close fopen fseek ftell fread fwrite fflush fclose ftruncate stat statx mkdir tempnam "
+    "signal "
+    "localtime_r pthread_create pthread_mutex_init pthread_cond_init ";
 
 // The run that is swept. While it is active, threads change its counters only.
 struct Sweep
 {
     std::atomic<bool> active = false;
-    std::array<std::array<std::atomic<unsigned>, 2>, kSweptFunctions.size()> calls = {};
-    std::optional<CallPoint> point = {};
+    // Two for each function, where its name begins above: the calls of the thread that runs it, and those of all
+    // others.
+    std::array<std::atomic<unsigned>, 2 * kSweptFunctions.size()> calls = {};
+    std::size_t function = 0;  // whose `number`th call ends with `outcome`
+    unsigned number = 0;
     Outcome outcome = Pass();
     std::atomic<unsigned> fired = 0;
 };
 Sweep sweep;
+#ifdef KITIO_SANITIZERS_ALLOCATOR
+constexpr bool kOwnMalloc = false;
+#else
+constexpr bool kOwnMalloc = true;
+#endif
 std::atomic<long> liveBlocks = 0;
 thread_local bool runsTheSweep = false;
 thread_local int exemptions = 0;
+
+std::size_t Counter(std::string_view function, bool background)
+{
+    std::size_t at = kSweptFunctions.find(function);
+    while (kSweptFunctions.at(at - 1) != ' ' || kSweptFunctions.at(at + function.size()) != ' ')
+    {
+        at = kSweptFunctions.find(function, at + 1);
+    }
+    return 2 * at + (background ? 1 : 0);
+}
 
 // Counts a call of the run, and says what befalls it, if anything does.
 const Outcome* Befallen(std::string_view function)
@@ -87,20 +87,14 @@ const Outcome* Befallen(std::string_view function)
     {
         return nullptr;
     }
-    const auto* const name = std::find(kSweptFunctions.begin(), kSweptFunctions.end(), function);
-    const bool background = !runsTheSweep;
-    const unsigned number = sweep.calls.at(static_cast<std::size_t>(name - kSweptFunctions.begin())).at(background ? 1 : 0)++;
-    const bool meant = sweep.point && sweep.point->function == function && sweep.point->background == background &&
-                       sweep.point->number == number;
+    const std::size_t counter = Counter(function, !runsTheSweep);
+    const bool meant = sweep.calls.at(counter)++ == sweep.number && counter == sweep.function;
     return meant ? (++sweep.fired, &sweep.outcome) : nullptr;
 }
 
 void RunSwept(const std::function<void()>& action)
 {
-    for (auto& calls : sweep.calls)
-    {
-        calls[0] = calls[1] = 0;
-    }
+    std::fill(sweep.calls.begin(), sweep.calls.end(), 0);
     sweep.fired = 0;
     sweep.active = runsTheSweep = true;
     action();
@@ -109,7 +103,7 @@ void RunSwept(const std::function<void()>& action)
 
 // A call that is only swept, not watched.
 template <typename Result, typename Call>
-Result MakeSwept(std::string_view function, Result failure, Call call)
+Result MakeSwept(std::string_view function, const Result& failure, Call call)
 {
     const Outcome* const outcome = Befallen(function);
     return outcome != nullptr ? (errno = outcome->error, failure) : call();
@@ -206,17 +200,15 @@ MemoryLimits& ThisThreadsMemory()
 
 std::vector<CallPoint> CallsOf(const std::function<void()>& action)
 {
-    sweep.point.reset();
+    sweep.function = 0;
     RunSwept(action);
     std::vector<CallPoint> points;
-    for (std::size_t function = 0; function != kSweptFunctions.size(); ++function)
+    for (std::size_t i = 0; i != sweep.calls.size(); ++i)
     {
-        for (const bool background : {false, true})
+        const std::string_view name = kSweptFunctions.substr(i / 2, kSweptFunctions.find(' ', i / 2) - i / 2);
+        for (unsigned number = 0; number != sweep.calls.at(i); ++number)
         {
-            for (unsigned number = 0; number != sweep.calls.at(function).at(background ? 1 : 0); ++number)
-            {
-                points.push_back({kSweptFunctions.at(function).data(), background, number});
-            }
+            points.push_back({std::string(name), i % 2 != 0, number});
         }
     }
     return points;
@@ -224,7 +216,8 @@ std::vector<CallPoint> CallsOf(const std::function<void()>& action)
 
 unsigned RunWithFault(const CallPoint& point, const Outcome& outcome, const std::function<void()>& action)
 {
-    sweep.point = point;
+    sweep.function = Counter(point.function, point.background);
+    sweep.number = point.number;
     sweep.outcome = outcome;
     RunSwept(action);
     return sweep.fired;
@@ -250,25 +243,29 @@ long LiveBlocks()
     return liveBlocks;
 }
 
-// NOLINTBEGIN(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
-#ifdef KITIO_SANITIZERS_ALLOCATOR
-namespace
+// Not inlined: an optimizer that sees only one of the pair takes malloc and free for a mismatch.
+__attribute__((noinline)) void* operator new(std::size_t size)
 {
-
-void* NewBlock(std::size_t size)
-{
-    return Allocate([=] { return std::malloc(size); });
+    const auto call = [=] { return std::malloc(size); };
+    void* const block = size > ThisThreadsMemory().largest ? nullptr : kOwnMalloc ? call() : Allocate(call);
+    return block != nullptr ? block : throw std::bad_alloc();
 }
 
-void DeleteBlock(void* block)
+__attribute__((noinline)) void operator delete(void* block) noexcept
 {
-    liveBlocks -= block != nullptr ? 1 : 0;
+    liveBlocks -= !kOwnMalloc && block != nullptr ? 1 : 0;
     std::free(block);
 }
 
-}  // namespace
-#else
-// The C library's own, by the names that it keeps for programs with a malloc of theirs.
+__attribute__((noinline)) void operator delete(void* block, std::size_t /*size*/) noexcept
+{
+    ::operator delete(block);
+}
+
+// The names are given, and the parameters say what the system's headers abbreviate.
+// NOLINTBEGIN(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
+#ifndef KITIO_SANITIZERS_ALLOCATOR
+// The C library keeps its own under other names, for programs with a malloc of theirs.
 extern "C" void* __libc_malloc(size_t size);
 extern "C" void* __libc_calloc(size_t count, size_t size);
 extern "C" void* __libc_realloc(void* block, size_t size);
@@ -296,41 +293,8 @@ extern "C" void free(void* block)
     liveBlocks -= block != nullptr ? 1 : 0;
     __libc_free(block);
 }
-
-namespace
-{
-
-void* NewBlock(std::size_t size)
-{
-    return malloc(size);
-}
-
-void DeleteBlock(void* block)
-{
-    free(block);
-}
-
-}  // namespace
 #endif
 
-// Not inlined: an optimizer that sees only one of the pair takes malloc and free for a mismatch.
-__attribute__((noinline)) void* operator new(std::size_t size)
-{
-    void* const block = size <= ThisThreadsMemory().largest ? NewBlock(size) : nullptr;
-    return block != nullptr ? block : throw std::bad_alloc();
-}
-
-__attribute__((noinline)) void operator delete(void* block) noexcept
-{
-    DeleteBlock(block);
-}
-
-__attribute__((noinline)) void operator delete(void* block, std::size_t /*size*/) noexcept
-{
-    DeleteBlock(block);
-}
-
-// The names are given, and the parameters say what the system's headers abbreviate.
 extern "C" int open(const char* path, int flags, ...)
 {
     std::va_list more;
@@ -411,30 +375,15 @@ extern "C" int ftruncate(int descriptor, off_t length) noexcept
     {                                                                                                 \
         return MakeSwept<Result>(#function, failure, [=] { return SYSTEMS(function)(__VA_ARGS__); }); \
     }
-// One that returns its error.
-#define SWEPT_THREAD_CALL(function, parameters, ...)                                                            \
-    extern "C" int function parameters noexcept                                                                 \
-    {                                                                                                           \
-        return MakeSwept<int>(#function, -1, [=] { return SYSTEMS(function)(__VA_ARGS__); }) == -1 ? errno : 0; \
-    }
 using StatX = struct statx;
-SWEPT_CALL(int, stat, -1, (const char* path, struct stat* status), path, status)
+using Run = void*(void*);
+SWEPT_CALL(int, stat, -1, (const char* path, struct stat* to), path, to)
 SWEPT_CALL(int, statx, -1, (int at, const char* path, int flags, unsigned mask, StatX* to), at, path, flags, mask, to)
 SWEPT_CALL(int, mkdir, -1, (const char* path, mode_t mode), path, mode)
 SWEPT_CALL(sighandler_t, signal, SIG_ERR, (int number, sighandler_t handler), number, handler)
-SWEPT_CALL(std::tm*, localtime_r, nullptr, (const std::time_t* time, std::tm* local), time, local)
-SWEPT_THREAD_CALL(pthread_create,
-                  (pthread_t * thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument),
-                  thread,
-                  attributes,
-                  run,
-                  argument)
-SWEPT_THREAD_CALL(pthread_mutex_init,
-                  (pthread_mutex_t * mutex, const pthread_mutexattr_t* attributes),
-                  mutex,
-                  attributes)
-SWEPT_THREAD_CALL(pthread_cond_init,
-                  (pthread_cond_t * condition, const pthread_condattr_t* attributes),
-                  condition,
-                  attributes)
+SWEPT_CALL(std::tm*, localtime_r, nullptr, (const std::time_t* time, std::tm* to), time, to)
+SWEPT_CALL(
+    int, pthread_create, errno, (pthread_t * id, const pthread_attr_t* how, Run* run, void* on), id, how, run, on)
+SWEPT_CALL(int, pthread_mutex_init, errno, (pthread_mutex_t * mutex, const pthread_mutexattr_t* how), mutex, how)
+SWEPT_CALL(int, pthread_cond_init, errno, (pthread_cond_t * condition, const pthread_condattr_t* how), condition, how)
 // NOLINTEND(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)

@@ -70,7 +70,7 @@ MemoryLimits& ThisThreadsMemory();
 /// A call within a run: the `number`th of its function, from 0, on the thread that runs it or on all others together.
 struct CallPoint
 {
-    const char* function;
+    std::string function;
     bool background;
     unsigned number;
 };
