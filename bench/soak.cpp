@@ -103,41 +103,13 @@ Memory MeasureMemory()
             std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {})};
 }
 
-/// Tells the reader what becomes of the channel, which itself does not say when its input has ended.
-class Mailbox : public IDataAvailableHandler
+/// A channel's two streams. Tells the reader what becomes of the channel, which itself does not say when its input has
+/// ended, and shows in which phase the output is.
+class Streams : public DataInputOutputPipe, public IDataAvailableHandler
 {
 public:
-    void OnDataAvailable(ioSize /*size*/) override { Note(m_arrived); }
-    void End() { Note(m_ended); }
-    /// Whether another message has come. None that is incomplete is told of.
-    bool Wait()
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_arrived || m_ended; });
-        return std::exchange(m_arrived, false) && !m_ended;
-    }
-    /// For the message that came before this handler was installed.
-    void Look(const IDataChannel& channel) { channel.IsDataAvaliable() ? Note(m_arrived) : void(); }
-
-private:
-    void Note(bool& what)
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        what = true;
-        m_changed.notify_one();
-    }
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_arrived = false;  // guarded by m_mutex
-    bool m_ended = false;    // guarded by m_mutex
-};
-
-/// The channel's two streams: notices the end of the input, and shows in which phase the output is.
-class Watched : public DataInputOutputPipe
-{
-public:
-    Watched(SP<IByteDataInput> input, SP<IByteDataOutput> output, Mailbox& mailbox, std::atomic<Phase>* phase)
-        : DataInputOutputPipe("", false), m_mailbox(mailbox), m_phase(phase)
+    Streams(SP<IByteDataInput> input, SP<IByteDataOutput> output, std::atomic<Phase>* phase)
+        : DataInputOutputPipe("", false), m_phase(phase)
     {
         SetInputPipe(std::move(input));
         SetOutputPipe(std::move(output));
@@ -145,7 +117,7 @@ public:
     ioSize Read(uint8_t* data, ioSize size) override
     {
         const ioSize count = DataInputOutputPipe::Read(data, size);
-        count != size ? m_mailbox.End() : void();
+        count != size ? Note(m_ended) : void();
         return count;
     }
     /// The mortal one dawdles, so that death finds it in the midst of each phase.
@@ -160,12 +132,29 @@ public:
         Enter(kIdle);
         return all;
     }
+    void OnDataAvailable(ioSize /*size*/) override { Note(m_arrived); }
+    /// Whether another message has come; of none that is incomplete.
+    bool WaitForMessage()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_arrived || m_ended; });
+        return std::exchange(m_arrived, false) && !m_ended;
+    }
 
 private:
     void Enter(Phase phase) { m_phase != nullptr ? m_phase->store(phase) : void(); }
-    Mailbox& m_mailbox;
+    void Note(bool& what)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        what = true;
+        m_changed.notify_one();
+    }
     std::atomic<Phase>* m_phase;
     bool m_header = true;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_arrived = false;  // guarded by m_mutex
+    bool m_ended = false;    // guarded by m_mutex
 };
 
 /// Sends messages of random sizes, small ones as often as large ones, until the other side is gone.
@@ -189,23 +178,22 @@ void SendMessages(IDataChannel& channel, bool pauses)
     }
 }
 
-void ReceiveMessages(IDataChannel& channel, Mailbox& mailbox, Pair& pair)
+void ReceiveMessages(IDataChannel& channel, Streams& streams, Pair& pair)
 {
     std::vector<uint8_t> message;
     Head head = {};
-    for (std::uint64_t number = 0; mailbox.Wait(); ++number)
+    for (std::uint64_t number = 0; streams.WaitForMessage(); ++number)
     {
         const ioSize count = channel.Read(reinterpret_cast<uint8_t*>(&head), sizeof head);
         Require(count == sizeof head && head[1] <= kLargest, "a message is damaged");
-        if (!mailbox.Wait())
+        if (streams.WaitForMessage())
         {
-            return;
+            message.resize(head[1]);
+            Require(channel.Read(message.data(), head[1]) == head[1], "a message has another length");
+            Require(MakeHead(number, message) == head, "a message is lost, has come twice or is damaged");
+            ++pair.messages;
+            pair.bytes += head[1];
         }
-        message.resize(head[1]);
-        Require(channel.Read(message.data(), message.size()) == message.size(), "a message has another length");
-        Require(MakeHead(number, message) == head, "a message is lost, has come twice or is damaged");
-        ++pair.messages;
-        pair.bytes += message.size();
     }
 }
 
@@ -216,13 +204,12 @@ void Talk(Pair& pair, bool mortal)
     const SP<IByteDataOutput> output = DataOutputPipe::Create(mortal ? pair.toSurvivor : pair.toMortal, false);
     input = mortal ? input : DataInputPipe::Create(pair.toSurvivor, false);
     pair.talking = pair.talking || !mortal;
-    Mailbox mailbox;
-    const SP<Watched> streams(new Watched(input, output, mailbox, mortal ? &pair.phase : nullptr));
+    const SP<Streams> streams(new Streams(input, output, mortal ? &pair.phase : nullptr));
     const SP<IDataChannel> channel = CommunicationChannel::Create(streams, streams, true);
-    channel->SetDataAvailableHandler(&mailbox);
-    mailbox.Look(*channel);
+    channel->SetDataAvailableHandler(streams.get());
+    channel->IsDataAvaliable() ? streams->OnDataAvailable(0) : void();  // one that came before there was a handler
     std::thread sender([&] { SendMessages(*channel, mortal); });
-    ReceiveMessages(*channel, mailbox, pair);
+    ReceiveMessages(*channel, *streams, pair);
     sender.join();
 }
 
@@ -262,8 +249,7 @@ void Await(Pair& pair, const char* what, const std::function<bool()>& condition)
     const auto deadline = Clock::now() + kPatience;
     while (!condition())
     {
-        Require(::waitpid(pair.survivor, nullptr, WNOHANG) == 0, "a survivor has not survived");
-        Require(Clock::now() < deadline, what);
+        Require(Clock::now() < deadline && ::waitpid(pair.survivor, nullptr, WNOHANG) == 0, what);
         ::usleep(100);
     }
 }
@@ -286,11 +272,11 @@ Phase Kill(Pair& pair)
     // A survivor that still opens its pipes waits for whoever comes next, as it should: these let it through.
     const int first = ::open(pair.toMortal.c_str(), O_RDWR | O_NONBLOCK);
     const int second = ::open(pair.toSurvivor.c_str(), O_RDWR | O_NONBLOCK);
-    Await(pair, "a survivor hangs in an open", [&] { return pair.talking || pair.talks > pair.killed; });
+    Await(pair, "a survivor hangs in an open or has failed", [&] { return pair.talking || pair.talks > pair.killed; });
     ::close(first);
     ::close(second);
     ++pair.killed;
-    Await(pair, "a survivor hangs", [&] { return pair.talks == pair.killed; });
+    Await(pair, "a survivor hangs or has failed", [&] { return pair.talks == pair.killed; });
     return phase;
 }
 
@@ -322,9 +308,8 @@ int main(int argc, char** argv)
     }
     FLAGS_minloglevel = google::GLOG_FATAL;
     const bool counts = argc == 3 && std::strcmp(argv[1], "--deaths") == 0;
-    char* rest = nullptr;
-    const unsigned long amount = argc > 1 ? std::strtoul(argv[argc - 1], &rest, 10) : 60;
-    if (argc > (counts ? 3 : 2) || (rest != nullptr && *rest != '\0') || amount == 0)
+    const unsigned long amount = argc > 1 ? std::strtoul(argv[argc - 1], nullptr, 10) : 60;
+    if (argc > (counts ? 3 : 2) || amount == 0)
     {
         std::cerr << "usage: kitio_soak [seconds]\n       kitio_soak --deaths <number>\n";
         return 2;
