@@ -14,7 +14,6 @@
 #include <functional>
 #include <iostream>
 #include <malloc.h>
-#include <numeric>
 #include <random>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -40,14 +39,7 @@ namespace
 constexpr std::size_t kPairs = 3;
 constexpr ioSize kLargest = ioSize{4} << 20U;
 constexpr std::chrono::seconds kPatience(60);  // what takes longer hangs
-
-using Phase = unsigned;
-constexpr Phase kOpen = 0;
-constexpr Phase kHeader = 1;
-constexpr Phase kPayload = 2;
-constexpr Phase kIdle = 3;
-constexpr std::array<const char*, 4> kPhases = {" in open, ", " in header, ", " in payload, ", " when idle\n"};
-
+using Phase = std::size_t;                     // open, header, payload, idle
 // Four places hold a message, or two while they grow. A survivor takes as much once, after its first talk. From then on
 // its memory may grow by what lies between its blocks, and what it uses by a little.
 constexpr ioSize kWarmUp = 8 * kLargest;
@@ -62,7 +54,7 @@ struct Pair
     pid_t survivor = 0;
     pid_t mortal = 0;
     unsigned killed = 0;
-    std::atomic<Phase> phase = kOpen;   // of the mortal one
+    std::atomic<Phase> phase = 0;       // of the mortal one
     std::atomic<unsigned> turn = 0;     // the talk that may begin
     std::atomic<bool> talking = false;  // the survivor has opened both pipes
     std::atomic<unsigned> talks = 0;    // how many it has ended
@@ -79,8 +71,7 @@ using Head = std::array<std::uint64_t, 4>;
 Head MakeHead(std::uint64_t number, const std::vector<uint8_t>& message)
 {
     Head head = {number, message.size()};
-    const MD5Digest digest = MD5Generate(message, {});
-    std::memcpy(&head[2], digest.bytes.data(), digest.bytes.size());
+    std::memcpy(&head[2], MD5Generate(message, {}).bytes.data(), 2 * sizeof head[2]);
     return head;
 }
 
@@ -124,11 +115,11 @@ public:
     /// Dawdles, so that death finds it in the midst of each phase.
     ioSize Write(const uint8_t* data, ioSize size) override
     {
-        m_phase = std::exchange(m_header, !m_header) ? kHeader : kPayload;
+        m_phase = std::exchange(m_header, !m_header) ? 1 : 2;
         const ioSize count = DataInputOutputPipe::Write(data, size / 2);
-        ::usleep(m_phase == kHeader ? 100 : 0);
+        ::usleep(m_phase == 1 ? 100 : 0);
         const ioSize all = count + DataInputOutputPipe::Write(data + size / 2, size - size / 2);
-        m_phase = kIdle;
+        m_phase = 3;
         return all;
     }
     void OnDataAvailable(ioSize /*size*/) override { Note(m_arrived); }
@@ -161,17 +152,14 @@ void SendMessages(IDataChannel& channel)
     Random random(std::random_device{}());
     std::uniform_real_distribution<double> exponent(0, 22);
     std::vector<uint8_t> message;
-    for (std::uint64_t number = 0;; ++number)
+    bool sent = true;
+    for (std::uint64_t number = 0; sent; ++number)
     {
         message.resize(static_cast<ioSize>(std::exp2(exponent(random))));
-        std::generate_n(
-            message.begin(), std::min<ioSize>(message.size(), 256), [&] { return static_cast<uint8_t>(random()); });
+        std::generate_n(message.begin(), std::min<ioSize>(message.size(), 256), std::ref(random));
         const Head head = MakeHead(number, message);
-        if (channel.Write(reinterpret_cast<const uint8_t*>(&head), sizeof head) != sizeof head ||
-            channel.Write(message.data(), message.size()) != message.size())
-        {
-            return;
-        }
+        sent = channel.Write(reinterpret_cast<const uint8_t*>(&head), sizeof head) == sizeof head &&
+               channel.Write(message.data(), message.size()) == message.size();
         ::usleep(random() % 4 == 0 ? random() % 2000 : 0);
     }
 }
@@ -231,15 +219,14 @@ void Talk(Pair& pair, bool mortal)
 
 pid_t Start(const std::function<void()>& body)
 {
-    const pid_t supervisor = ::getpid();
     const pid_t process = ::fork();
+    Require(process >= 0, "no process");
     if (process == 0)
     {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        ::getppid() == supervisor ? body() : void();
+        body();
         Require(false, "a process has ended its talk that should not");
     }
-    Require(process > 0, "no process");
     return process;
 }
 
@@ -253,7 +240,7 @@ void Await(Pair& pair, const char* what, const std::function<bool()>& condition)
 
 void Replace(Pair& pair)
 {
-    pair.phase = kOpen;
+    pair.phase = 0;
     pair.turn = pair.killed + 1;
     pair.mortal = Start([&pair] { Talk(pair, true); });
 }
@@ -261,8 +248,8 @@ void Replace(Pair& pair)
 /// Kills the mortal one, waits until the survivor has ended the talk and returns the phase in which death came.
 Phase Kill(Pair& pair)
 {
-    ::kill(pair.mortal, SIGKILL);
     int status = 0;
+    ::kill(pair.mortal, SIGKILL);
     ::waitpid(pair.mortal, &status, 0);
     Require(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL, "a process has ended by itself");
     const Phase phase = pair.phase;
@@ -283,8 +270,7 @@ void Finish(Pair& pair)
     Kill(pair);
     pair.stop = true;
     int status = 0;
-    ::waitpid(pair.survivor, &status, 0);
-    Require(status == 0, "a survivor has failed");
+    Require(::waitpid(pair.survivor, &status, 0) > 0 && status == 0, "a survivor has failed");
     std::cout << "survivor: peak memory " << (pair.start[0] >> 20) << " MiB at the start, " << (pair.end[0] >> 20)
               << " MiB at the end; heap in use " << (pair.start[1] >> 10) << " KiB, " << (pair.end[1] >> 10)
               << " KiB\n";
@@ -304,13 +290,9 @@ int main(int argc, char** argv)
         ::execv("/proc/self/exe", argv);
     }
     FLAGS_minloglevel = google::GLOG_FATAL;
-    const bool counts = argc == 3 && std::strcmp(argv[1], "--deaths") == 0;
+    const bool counts = argc == 3 && std::string(argv[1]) == "--deaths";
     const unsigned long amount = argc > 1 ? std::strtoul(argv[argc - 1], nullptr, 10) : 60;
-    if (argc > (counts ? 3 : 2) || amount == 0)
-    {
-        std::cerr << "usage: kitio_soak [seconds]\n       kitio_soak --deaths <number>\n";
-        return 2;
-    }
+    Require(amount != 0 && argc <= (counts ? 3 : 2), "usage: kitio_soak [seconds], kitio_soak --deaths <number>");
     const TemporaryDirectory directory;
     constexpr int kAccess = PROT_READ | PROT_WRITE;
     auto& pairs = *static_cast<std::array<Pair, kPairs>*>(
@@ -322,16 +304,15 @@ int main(int argc, char** argv)
         pair.survivor = Start([&pair] { Survive(pair); });
         Replace(pair);
     }
-
     Random random(std::random_device{}());
     Pair* latest = pairs.data();
-    std::array<unsigned, kPhases.size()> deaths = {};
+    std::array<unsigned, 4> deaths = {};
     const auto deadline = Clock::now() + std::chrono::seconds(amount);
     for (unsigned long death = 0; counts ? death < amount : Clock::now() < deadline; ++death)
     {
         ::usleep(counts ? 0 : random() * 8);
-        const auto phase = static_cast<Phase>(random() % kPhases.size());
-        Pair& pair = phase == kOpen ? *latest : pairs[random() % kPairs];
+        const auto phase = random() % 4;
+        Pair& pair = phase == 0 ? *latest : pairs[random() % kPairs];
         for (int i = 0; i != 1000 && pair.phase != phase; ++i)  // it need not come: any moment will do
         {
             ::usleep(50);
@@ -340,16 +321,10 @@ int main(int argc, char** argv)
         ++deaths.at(Kill(pair));
         Replace(*(latest = &pair));
     }
-
     std::for_each(pairs.begin(), pairs.end(), &Finish);
-    const auto sum = [&pairs](auto member)
-    { return std::accumulate(pairs.begin(), pairs.end(), 0UL, [=](auto n, Pair& pair) { return n + pair.*member; }); };
-    const auto messages = sum(&Pair::messages);
-    std::cout << messages << " messages, " << (sum(&Pair::bytes) >> 20U) << " MiB; faults survived: ";
-    for (std::size_t phase = 0; phase != kPhases.size(); ++phase)
-    {
-        std::cout << deaths.at(phase) << kPhases.at(phase);
-    }
-    Require(messages != 0, "no message came through");
-    return 0;
+    const auto sum = [&pairs](auto member) { return pairs[0].*member + pairs[1].*member + pairs[2].*member; };
+    std::cout << sum(&Pair::messages) << " messages, " << (sum(&Pair::bytes) >> 20U) << " MiB; faults survived: ";
+    std::cout << deaths[0] << " in open, " << deaths[1] << " in header, " << deaths[2] << " in payload, " << deaths[3]
+              << " when idle\n";
+    Require(sum(&Pair::messages) != 0, "no message came through");
 }
