@@ -282,7 +282,7 @@ void Finish(Pair& pair)
 
 }  // namespace
 
-int main(int argc, char** argv)
+int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape): that ends the program, as it should
 {
     // The allocator counts what it keeps at hand for a thread as used; without that, every byte tells.
     if (std::getenv("GLIBC_TUNABLES") == nullptr && ::setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 0) == 0)
