@@ -4,9 +4,11 @@
 #include <TarselIO/DataOutputFile.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <utility>
 
@@ -129,6 +131,21 @@ TEST(DataOutputFile, SaysWhatTheSystemRefuses)
     EXPECT_THAT(Thrown([&] { stream->SetPosition(kTooFar); }), Says(EINVAL, kSetPosition));
     EXPECT_THAT(Thrown([&] { stream->SetSize(kTooFar); }), Says(EINVAL, kSetSize));
     EXPECT_EQ(stream->GetPosition(), 3U);
+}
+
+TEST(DataOutputFile, ReportsThatItsFileMayNotGrow)
+{
+    const TemporaryDirectory directory;
+    const auto stream = DataOutputFile::Create(directory.Path("file"));
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit{10, before.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    EXPECT_THAT(Thrown([&] { Write(stream, "0123456789abc"); }), Says(EFBIG, kWrite));
+    EXPECT_THAT(Thrown([&] { stream->SetSize(11); }), Says(EFBIG, kSetSize));
+    EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    EXPECT_EQ(directory.Content(directory.Path("file")), "0123456789");
 }
 
 TEST(FileStreams, ReachBeyondFourGigabytes)

@@ -1,12 +1,10 @@
 #include <TarselIO/IPCTools.h>
 
-#include <cerrno>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <set>
 #include <unistd.h>
 
-#include <boost/uuid/entropy_error.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -73,14 +71,4 @@ TEST_P(Names, FailWithoutANameOfTheSystem)
     EXPECT_THAT(records, FieldsAre(kNone, kDescription, kNone, Optional(Not("")), kNone, kNone, kFile, kThrower));
     EXPECT_EQ(device.Take(), oneDraw);
     EXPECT_THAT(prefixes, SizeIs(1)) << "nothing is tried again";
-}
-
-TEST_P(Names, PassAFailureOfTheRandomDeviceOn)
-{
-    device.Script("open", {Fail(EMFILE)});
-    EXPECT_THROW(GetParam()(), boost::uuids::entropy_error);
-    device.Script("read", {Fail(EIO)});
-    EXPECT_THROW(GetParam()(), boost::uuids::entropy_error);
-    EXPECT_THAT(device.Take(), ElementsAre(opened + "-1", opened + "ok", "read(16) = -1", "close() = 0"));
-    EXPECT_THAT(prefixes, IsEmpty());
 }

@@ -1,5 +1,8 @@
+#include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <ctime>
+#include <thread>
 
 #include "Support/Mocks.h"
 #include "Support/PipeFixture.h"
@@ -16,6 +19,83 @@ using Pipe = PipeFixture<End>;
 using InputPipe = Pipe<InputEnd>;
 using OutputPipe = Pipe<OutputEnd>;
 TYPED_TEST_SUITE(Pipe, Ends, );
+
+// Interrupts this thread every millisecond, by a signal after which no call goes on by itself.
+struct SignalStorm
+{
+    SignalStorm()
+    {
+        struct sigaction action = {};
+        action.sa_handler = [](int) {};
+        ::sigaction(SIGUSR1, &action, nullptr);
+        sigevent event = {};
+        event.sigev_notify = SIGEV_THREAD_ID;
+        event.sigev_signo = SIGUSR1;
+        event._sigev_un._tid = ::gettid();
+        const itimerspec everyMillisecond{{0, 1'000'000}, {0, 1'000'000}};
+        EXPECT_EQ(::timer_create(CLOCK_MONOTONIC, &event, &timer), 0);
+        EXPECT_EQ(::timer_settime(timer, 0, &everyMillisecond, nullptr), 0);
+    }
+    ~SignalStorm() { ::timer_delete(timer); }
+    timer_t timer = nullptr;
+};
+
+TYPED_TEST(Pipe, LosesNothingInAStormOfSignals)
+{
+    constexpr ioSize kSize = ioSize{3} << 20U;
+    constexpr ioSize kPart = kSize / 8;  // more than a pipe holds
+    this->Detach();
+    this->sent.resize(kSize);
+    this->received.resize(kSize);
+    std::generate(this->sent.begin(), this->sent.end(), std::minstd_rand());
+    // The other side lets the library's end wait, each time until it has been interrupted.
+    const auto awaitInterruption = [this](const std::string& call)
+    {
+        std::atomic<bool> interrupted = false;
+        this->log.When("The " + call + " syscall has been interrupted", [&] { interrupted = true; });
+        while (!interrupted)
+        {
+            std::this_thread::yield();
+        }
+    };
+    std::thread otherSide(
+        [&]
+        {
+            awaitInterruption("open");
+            const int end = ::open(this->name.c_str(), TypeParam::kReads ? O_WRONLY : O_RDONLY);
+            for (ioSize total = 0; total != kSize;)
+            {
+                total % kPart == 0 ? awaitInterruption(TypeParam::kCall) : void();
+                const ioSize count = kPart - total % kPart;
+                const ssize_t moved = TypeParam::kReads ? ::write(end, &this->sent[total], count)
+                                                        : ::read(end, &this->received[total], count);
+                ASSERT_GT(moved, 0);
+                total += static_cast<ioSize>(moved);
+            }
+            ::close(end);
+        });
+    {
+        const SignalStorm storm;
+        this->pipe = TypeParam::Pipe::Create(this->name, true);
+        EXPECT_EQ(this->Move(kSize), kSize);
+    }
+    otherSide.join();
+    EXPECT_TRUE(this->sent == this->received);
+    const std::vector<LogLine> lines = this->log.Take();
+    const std::string again = "The " + TypeParam::kCall + " syscall has been interrupted. Trying to ";
+    int interruptions = 0;
+    for (std::size_t i = 1; i + 2 < lines.size(); ++i)
+    {
+        if (lines[i].severity == 'E')
+        {
+            ++interruptions;
+            EXPECT_THAT(lines[i].text, HasSubstr(" failed, errno == 4, descrption:Interrupted system call"));
+            EXPECT_EQ(lines[i + 1].text.rfind(again, 0), 0);
+            EXPECT_EQ(lines[i + 2], lines[i - 1]) << "the same request again";
+        }
+    }
+    EXPECT_GE(interruptions, 8);
+}
 
 TYPED_TEST(Pipe, OpensMovesInChunksAndCloses)
 {

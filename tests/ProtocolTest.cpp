@@ -3,6 +3,7 @@
 #include <TarselIO/Protocols/ByteDataOutputDefaultProtocol.h>
 #include <TarselIO/Protocols/ByteDataOutputRawProtocol.h>
 
+#include <stdexcept>
 #include <tuple>
 #include <vector>
 
@@ -67,12 +68,14 @@ TEST_F(Protocol, OfRawKindMakesOneTransferAndReturnsItsCount)
     check(ByteDataOutputRawProtocol());
 }
 
-TEST_F(Protocol, LogsEachRequestWithoutAnEndpoint)
+TEST_F(Protocol, LogsEachRequestWithoutAnEndpointAndPassesExceptionsOfOne)
 {
     const auto check = [this](auto&& protocol, const std::string& direction, const std::string& kind)
     {
         EXPECT_EQ(Move(protocol, 8), 0);
         Bind(protocol, &endpoint);
+        EXPECT_CALL(endpoint, Raw).WillOnce(Throw(std::runtime_error("the endpoint's own")));
+        EXPECT_THROW(Move(protocol, 8), std::runtime_error);
         Bind(protocol, nullptr);
         EXPECT_EQ(Move(protocol, 8), 0);
         const std::string file = "IO/TarselIO/Protocols/ByteData" + direction + kind + "Protocol.cpp";

@@ -3,6 +3,7 @@
 #include <ostream>
 #include <stdexcept>
 
+#include <openssl/err.h>
 #include <openssl/evp.h>
 
 namespace Tarsel::Core
@@ -40,7 +41,12 @@ MD5Digest MD5Generate(const std::vector<std::uint8_t>& data, const std::string& 
 {
     MD5Digest digest;
     digest.text = text;
-    if (EVP_Digest(data.data(), data.size(), digest.bytes.data(), nullptr, EVP_md5(), nullptr) != 1)
+    // A failure is told by the exception. Left in the thread's error queue, it would be taken for one of somebody
+    // else's next operation.
+    ERR_set_mark();
+    const bool succeeded = EVP_Digest(data.data(), data.size(), digest.bytes.data(), nullptr, EVP_md5(), nullptr) == 1;
+    ERR_pop_to_mark();
+    if (!succeeded)
     {
         throw std::runtime_error("The cryptography library does not provide MD5");
     }

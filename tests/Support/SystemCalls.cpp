@@ -1,16 +1,23 @@
 #include "Support/SystemCalls.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <map>
 #include <new>
 #include <optional>
+#include <pthread.h>
 #include <set>
+#include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -36,6 +43,80 @@ struct Watch
 };
 std::optional<Watch> watch;
 
+constexpr std::string_view kSweptFunctions =
+    " malloc open read write close fopen fseek ftell fread fwrite fflush fclose ftruncate stat statx mkdir tempnam "
+    "signal "
+    "localtime_r pthread_create pthread_mutex_init pthread_cond_init ";
+
+// The run that is swept. While it is active, threads change its counters only.
+struct Sweep
+{
+    std::atomic<bool> active = false;
+    // Two for each function, where its name begins above: the calls of the thread that runs it, and those of all
+    // others.
+    std::array<std::atomic<unsigned>, 2 * kSweptFunctions.size()> calls = {};
+    std::size_t function = 0;  // whose `number`th call ends with `outcome`
+    unsigned number = 0;
+    Outcome outcome = Pass();
+    std::atomic<unsigned> fired = 0;
+};
+Sweep sweep;
+#ifdef KITIO_SANITIZERS_ALLOCATOR
+constexpr bool kOwnMalloc = false;
+#else
+constexpr bool kOwnMalloc = true;
+#endif
+std::atomic<long> liveBlocks = 0;
+thread_local bool runsTheSweep = false;
+thread_local int exemptions = 0;
+
+std::size_t Counter(std::string_view function, bool background)
+{
+    std::size_t at = kSweptFunctions.find(function);
+    while (kSweptFunctions.at(at - 1) != ' ' || kSweptFunctions.at(at + function.size()) != ' ')
+    {
+        at = kSweptFunctions.find(function, at + 1);
+    }
+    return 2 * at + (background ? 1 : 0);
+}
+
+// Counts a call of the run, and says what befalls it, if anything does.
+const Outcome* Befallen(std::string_view function)
+{
+    if (!sweep.active || exemptions != 0)
+    {
+        return nullptr;
+    }
+    const std::size_t counter = Counter(function, !runsTheSweep);
+    const bool meant = sweep.calls.at(counter)++ == sweep.number && counter == sweep.function;
+    return meant ? (++sweep.fired, &sweep.outcome) : nullptr;
+}
+
+void RunSwept(const std::function<void()>& action)
+{
+    std::fill(sweep.calls.begin(), sweep.calls.end(), 0);
+    sweep.fired = 0;
+    sweep.active = runsTheSweep = true;
+    action();
+    sweep.active = runsTheSweep = false;
+}
+
+// A call that is only swept, not watched.
+template <typename Result, typename Call>
+Result MakeSwept(std::string_view function, const Result& failure, Call call)
+{
+    const Outcome* const outcome = Befallen(function);
+    return outcome != nullptr ? (errno = outcome->error, failure) : call();
+}
+
+template <typename Call>
+void* Allocate(Call call)
+{
+    void* const block = MakeSwept("malloc", static_cast<void*>(nullptr), call);
+    liveBlocks += block != nullptr ? 1 : 0;
+    return block;
+}
+
 Outcome Next(const std::string& function)
 {
     std::vector<Outcome>& outcomes = watch->outcomes[function];
@@ -49,16 +130,23 @@ Outcome Next(const std::string& function)
 template <typename Result, typename Call>
 Result Make(const char* path, int descriptor, const char* name, const std::string& arguments, Result failure, Call call)
 {
-    if (!watch || (path != nullptr ? watch->path != path : watch->descriptors.count(descriptor) == 0))
+    const Outcome* const befallen = Befallen(name);
+    const bool watched = watch && (path != nullptr ? watch->path == path : watch->descriptors.count(descriptor) != 0);
+    if (befallen == nullptr && !watched)
     {
         return call(Pass().limit);
     }
-    const auto [scripted, limit, pretended] = Next(name);
+    const auto [scripted, limit, pretended] = befallen != nullptr ? *befallen : Next(name);
     const bool closes = std::string(name).find("close") != std::string::npos;
     const bool reaches = (scripted == 0 && !pretended) || closes;
     const Result actual = reaches ? call(limit) : static_cast<Result>(limit);
     const Result result = scripted == 0 ? actual : failure;
     const int error = scripted == 0 && result == failure ? errno : scripted;
+    if (!watched)
+    {
+        errno = error;
+        return result;
+    }
     if (closes)
     {
         watch->descriptors.erase(descriptor);
@@ -110,25 +198,103 @@ MemoryLimits& ThisThreadsMemory()
     return memory;
 }
 
+std::vector<CallPoint> CallsOf(const std::function<void()>& action)
+{
+    sweep.function = 0;
+    RunSwept(action);
+    std::vector<CallPoint> points;
+    for (std::size_t i = 0; i != sweep.calls.size(); ++i)
+    {
+        const std::string_view name = kSweptFunctions.substr(i / 2, kSweptFunctions.find(' ', i / 2) - i / 2);
+        for (unsigned number = 0; number != sweep.calls.at(i); ++number)
+        {
+            points.push_back({std::string(name), i % 2 != 0, number});
+        }
+    }
+    return points;
+}
+
+unsigned RunWithFault(const CallPoint& point, const Outcome& outcome, const std::function<void()>& action)
+{
+    sweep.function = Counter(point.function, point.background);
+    sweep.number = point.number;
+    sweep.outcome = outcome;
+    RunSwept(action);
+    return sweep.fired;
+}
+
+Exempt::Exempt()
+{
+    ++exemptions;
+}
+
+Exempt::~Exempt()
+{
+    --exemptions;
+}
+
+bool FailsInSweep(const char* function)
+{
+    return MakeSwept(function, true, [] { return false; });
+}
+
+long LiveBlocks()
+{
+    return liveBlocks;
+}
+
 // Not inlined: an optimizer that sees only one of the pair takes malloc and free for a mismatch.
 __attribute__((noinline)) void* operator new(std::size_t size)
 {
-    void* const block = size <= ThisThreadsMemory().largest ? std::malloc(size) : nullptr;
+    const auto call = [=] { return std::malloc(size); };
+    void* const block = size > ThisThreadsMemory().largest ? nullptr : kOwnMalloc ? call() : Allocate(call);
     return block != nullptr ? block : throw std::bad_alloc();
 }
 
 __attribute__((noinline)) void operator delete(void* block) noexcept
 {
+    liveBlocks -= !kOwnMalloc && block != nullptr ? 1 : 0;
     std::free(block);
 }
 
 __attribute__((noinline)) void operator delete(void* block, std::size_t /*size*/) noexcept
 {
-    std::free(block);
+    ::operator delete(block);
 }
 
 // The names are given, and the parameters say what the system's headers abbreviate.
 // NOLINTBEGIN(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
+#ifndef KITIO_SANITIZERS_ALLOCATOR
+// The C library keeps its own under other names, for programs with a malloc of theirs.
+extern "C" void* __libc_malloc(size_t size);
+extern "C" void* __libc_calloc(size_t count, size_t size);
+extern "C" void* __libc_realloc(void* block, size_t size);
+extern "C" void __libc_free(void* block);
+
+extern "C" void* malloc(size_t size)
+{
+    return Allocate([=] { return __libc_malloc(size); });
+}
+
+extern "C" void* calloc(size_t count, size_t size)
+{
+    return Allocate([=] { return __libc_calloc(count, size); });
+}
+
+extern "C" void* realloc(void* block, size_t size)
+{
+    void* const moved = Allocate([=] { return __libc_realloc(block, size); });
+    liveBlocks -= block != nullptr && (moved != nullptr || size == 0) ? 1 : 0;
+    return moved;
+}
+
+extern "C" void free(void* block)
+{
+    liveBlocks -= block != nullptr ? 1 : 0;
+    __libc_free(block);
+}
+#endif
+
 extern "C" int open(const char* path, int flags, ...)
 {
     std::va_list more;
@@ -203,4 +369,21 @@ extern "C" int ftruncate(int descriptor, off_t length) noexcept
     const auto call = [=](size_t) { return SYSTEMS(ftruncate)(descriptor, length); };
     return Make(nullptr, descriptor, "ftruncate", std::to_string(length), -1, call);
 }
+
+#define SWEPT_CALL(Result, function, failure, parameters, ...)                                        \
+    extern "C" Result function parameters noexcept                                                    \
+    {                                                                                                 \
+        return MakeSwept<Result>(#function, failure, [=] { return SYSTEMS(function)(__VA_ARGS__); }); \
+    }
+using StatX = struct statx;
+using Run = void*(void*);
+SWEPT_CALL(int, stat, -1, (const char* path, struct stat* to), path, to)
+SWEPT_CALL(int, statx, -1, (int at, const char* path, int flags, unsigned mask, StatX* to), at, path, flags, mask, to)
+SWEPT_CALL(int, mkdir, -1, (const char* path, mode_t mode), path, mode)
+SWEPT_CALL(sighandler_t, signal, SIG_ERR, (int number, sighandler_t handler), number, handler)
+SWEPT_CALL(std::tm*, localtime_r, nullptr, (const std::time_t* time, std::tm* to), time, to)
+SWEPT_CALL(
+    int, pthread_create, errno, (pthread_t * id, const pthread_attr_t* how, Run* run, void* on), id, how, run, on)
+SWEPT_CALL(int, pthread_mutex_init, errno, (pthread_mutex_t * mutex, const pthread_mutexattr_t* how), mutex, how)
+SWEPT_CALL(int, pthread_cond_init, errno, (pthread_cond_t * condition, const pthread_condattr_t* how), condition, how)
 // NOLINTEND(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)

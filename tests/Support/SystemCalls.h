@@ -1,12 +1,17 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
 // The fault tests' program defines these functions itself (SystemCalls.cpp), so that the library's calls come by here:
 //     open, read, write, close, fopen, fseek, ftell, fread, fwrite, fflush, fclose, ftruncate
-// Calls within the C library do not: an `fflush` does, the `write` inside it does not. All of this serves one thread.
+// and for the sweep, which looks at the calls of other libraries, too,
+//     malloc, calloc, realloc, free, stat, statx, mkdir, tempnam, signal, localtime_r,
+//     pthread_create, pthread_mutex_init, pthread_cond_init
+// Calls within the C library do not, but for its allocations: an `fflush` does, the `write` inside it does not. Where a
+// sanitizer brings its own allocator, only `operator new` and `operator delete` come by. A watch serves one thread.
 
 /// What becomes of one call.
 struct Outcome
@@ -61,3 +66,33 @@ struct MemoryLimits
     std::size_t largest = static_cast<std::size_t>(-1);
 };
 MemoryLimits& ThisThreadsMemory();
+
+/// A call within a run: the `number`th of its function, from 0, on the thread that runs it or on all others together.
+struct CallPoint
+{
+    std::string function;
+    bool background;
+    unsigned number;
+};
+
+/// Runs `action` and returns the calls that it makes on all threads, which must have ended when it returns.
+std::vector<CallPoint> CallsOf(const std::function<void()>& action);
+
+/// Runs `action` with another outcome of one call and returns how often that came about: once, if there is such a call.
+unsigned RunWithFault(const CallPoint& point, const Outcome& outcome, const std::function<void()>& action);
+
+/// What this thread does meanwhile is the test's own affair: it is not counted and nothing befalls it.
+class Exempt
+{
+public:
+    Exempt();
+    ~Exempt();
+    Exempt(const Exempt&) = delete;
+    Exempt& operator=(const Exempt&) = delete;
+};
+
+/// Counts a call of a function that the test defines, and says whether it has to fail. Sets errno then.
+bool FailsInSweep(const char* function);
+
+/// How many blocks of the heap are in use.
+long LiveBlocks();
