@@ -1,5 +1,7 @@
 // Measures the library against hand-written floors and against what one would use instead. scripts/bench runs it as it
-// should be run. Beside the options of Google Benchmark it takes
+// should be run. --benchmark_filter chooses rows, and with a slash single contenders, as for a profiler:
+//   --benchmark_filter='^memory read, 1 B/library'
+// Beside the options of Google Benchmark it takes
 //   --times=FILE       adds the times of this process to those in FILE, and reports on all of them
 //   --report           reports on FILE without measuring
 //   --quiet            prints no table
@@ -111,7 +113,13 @@ void AddAll()
 /// Row after row, so that the contenders of a row run close to one another, mixed at random if the options ask for it.
 void Measure(Results& results)
 {
-    const std::regex filter(benchmark::GetBenchmarkFilter());
+    const std::string text = benchmark::GetBenchmarkFilter();
+    if (text.find('/') != std::string::npos)
+    {
+        benchmark::RunSpecifiedBenchmarks(&results, nullptr, text);
+        return;
+    }
+    const std::regex filter(text);
     for (const Bench::Row& row : Bench::Rows())
     {
         if (std::regex_search(row.name, filter))
