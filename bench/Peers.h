@@ -2,6 +2,7 @@
 
 #include <istream>
 #include <ostream>
+#include <string>
 #include <utility>
 
 #include "Row.h"
@@ -83,6 +84,17 @@ protected:
 
 private:
     Stream m_stream;
+};
+
+/// A std::ostream over a block of memory, which it overwrites.
+template <class Stream>
+class BlockOutput : private std::string, public IoStreamOutput<Stream>
+{
+public:
+    explicit BlockOutput(ioSize size)
+        : std::string(size, '\0'), IoStreamOutput<Stream>(data(), static_cast<std::streamsize>(size))
+    {
+    }
 };
 
 }  // namespace Bench

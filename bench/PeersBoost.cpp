@@ -49,24 +49,7 @@ private:
     io::stream<io::back_insert_device<std::string>> m_stream;
 };
 
-/// Overwrites a block of memory.
-class MemoryOutput
-{
-public:
-    explicit MemoryOutput(ioSize size) : m_target(size, '\0'), m_stream(m_target.data(), m_target.size()) {}
-
-    ioSize Write(const uint8_t* data, ioSize size)
-    {
-        m_stream.write(AsChars(data), static_cast<std::streamsize>(size));
-        return m_stream.good() ? size : 0;
-    }
-
-    void SetPosition(ioSize position) { m_stream.seekp(static_cast<std::streamoff>(position), std::ios::beg); }
-
-private:
-    std::string m_target;
-    io::stream<io::array_sink> m_stream;
-};
+using MemoryOutput = BlockOutput<io::stream<io::array_sink>>;
 
 class FileInput : public IoStreamInput<io::stream<io::file_source>>
 {

@@ -22,27 +22,7 @@ public:
     MemoryInput(const uint8_t* data, ioSize size) : IoStreamInput(AsChars(data), static_cast<std::streamsize>(size)) {}
 };
 
-/// Overwrites a block of memory.
-class MemoryOutput
-{
-public:
-    explicit MemoryOutput(ioSize size)
-        : m_target(size, '\0'), m_stream(m_target.data(), static_cast<std::streamsize>(size))
-    {
-    }
-
-    ioSize Write(const uint8_t* data, ioSize size)
-    {
-        m_stream.write(AsChars(data), static_cast<std::streamsize>(size));
-        return m_stream.good() ? size : 0;
-    }
-
-    void SetPosition(ioSize position) { m_stream.seekp(static_cast<std::streamoff>(position), std::ios::beg); }
-
-private:
-    std::string m_target;
-    Poco::MemoryOutputStream m_stream;
-};
+using MemoryOutput = BlockOutput<Poco::MemoryOutputStream>;
 
 class FileInput : public IoStreamInput<Poco::FileInputStream>
 {

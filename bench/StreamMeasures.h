@@ -223,7 +223,7 @@ Contender Making(Make make)
                [&]
                {
                    const auto made = make();
-                   return reinterpret_cast<std::uintptr_t>(&*made);
+                   return made.get() != nullptr;
                });
     };
 }
@@ -239,7 +239,7 @@ Contender Copying(Make make)
                [&]
                {
                    const auto copy = original;
-                   return reinterpret_cast<std::uintptr_t>(&*copy);
+                   return copy.get() != nullptr;
                });
     };
 }
