@@ -46,10 +46,10 @@ private:
 };
 
 /// Overwrites a block of memory.
-class BlockOutput
+class FixedOutput
 {
 public:
-    explicit BlockOutput(ioSize size) : m_target(kj::heapArray<kj::byte>(size)) { SetPosition(0); }
+    explicit FixedOutput(ioSize size) : m_target(kj::heapArray<kj::byte>(size)) { SetPosition(0); }
     ioSize Write(const uint8_t* data, ioSize size)
     {
         m_stream->write(data, size);
@@ -111,9 +111,9 @@ void AddKjPeers()
 {
     AddMemoryPeer<MemoryInput>(kPeer);
     AddStringPeer<MemoryOutput>(kStringAppend, kPeer, kRewind);
-    AddStringPeer<BlockOutput>(kStringOverwrite, kPeer, kRewind);
+    AddStringPeer<FixedOutput>(kStringOverwrite, kPeer, kRewind);
     AddFilePeer<FileInput, FileOutput>(kPeer);
-    AddWholePeers<MemoryInput, BlockOutput>(kPeer);
+    AddWholePeers<MemoryInput, FixedOutput>(kPeer);
     AddPeer(kMakeRow, kPeer, Making([] { return kj::heap<kj::ArrayInputStream>(kj::arrayPtr(SampleBytes(), kKiB)); }));
 }
 
