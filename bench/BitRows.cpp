@@ -16,88 +16,95 @@ namespace
 namespace Core = Tarsel::Core;
 using benchmark::State;
 
+constexpr double kTarget = 1.20;
 constexpr ioSize kBytes = 64 * kKiB;
 constexpr ioSize kBytesAtOnce = 4 * kKiB;
+constexpr std::uint64_t kValue = 0x5AC3'0F96'E187'4B2D;
 
 /// Reads values of `width` bits from a stream of kBytes bytes, again and again. The bits that are left over at its
 /// end lead the next round, so no round asks for more than there is.
-template <class Reader, class Stream>
-void MeasureReading(State& state, const Stream& stream, ioSize width)
+template <class Reader, class Make>
+Contender Reading(ioSize width, Make make)
 {
-    const ioSize values = 8 * kBytes / width;
-    Reader reader(stream);
-    ioSize left = values;
-    for (auto _ : state)
+    return [=](State& state)
     {
-        Keep(reader.ReadBits(width));
-        if (--left == 0)
+        const auto stream = make(SampleBytes(), kBytes);
+        const ioSize values = 8 * kBytes / width;
+        Reader reader(stream);
+        ioSize left = values;
+        for (auto _ : state)
         {
-            stream->SetPosition(0);
-            left = values;
+            Keep(reader.ReadBits(width));
+            if (--left == 0)
+            {
+                stream->SetPosition(0);
+                left = values;
+            }
         }
-    }
+    };
 }
 
 /// Has `write(writer)`, which writes `bits` bits, fill a string of kBytes bytes, again and again. The string keeps its
 /// length after the first round.
-template <class Writer, class Stream, class Write>
-void MeasureWriting(State& state, const Stream& stream, ioSize bits, Write write)
+template <class Writer, class Make, class Write>
+Contender Writing(ioSize bits, Make make, Write write)
 {
-    const ioSize calls = 8 * kBytes / bits;
-    Writer writer(stream);
-    ioSize left = calls;
-    for (auto _ : state)
+    return [=](State& state)
     {
-        write(writer);
-        if (--left == 0)
+        std::string target(kBytes, '\0');
+        const auto stream = make(&target);
+        const ioSize calls = 8 * kBytes / bits;
+        Writer writer(stream);
+        ioSize left = calls;
+        for (auto _ : state)
         {
-            stream->SetPosition(0);
-            left = calls;
+            write(writer);
+            if (--left == 0)
+            {
+                stream->SetPosition(0);
+                left = calls;
+            }
         }
-    }
+        Expect(state, target.size() == kBytes);
+    };
 }
 
 template <class Write>
 void AddWriteRow(const std::string& name, ioSize bits, Write write)
 {
-    AddRow(
-        name,
-        [=](State& state)
-        {
-            std::string target(kBytes, '\0');
-            MeasureWriting<Core::DataBitOutput>(state, Core::DataOutputString::Create(&target), bits, write);
-            Expect(state, target.size() == kBytes);
-        },
-        [=](State& state)
-        {
-            std::string target(kBytes, '\0');
-            MeasureWriting<FloorBitOutput>(state, MakeStringOutput(&target), bits, write);
-            Expect(state, target.size() == kBytes);
-        });
+    AddRow({name, kTarget},
+           Writing<Core::DataBitOutput>(bits, &Core::DataOutputString::Create, write),
+           Writing<FloorBitOutput>(bits, &MakeStringOutput, write));
 }
 
-void AddReadRow(ioSize width)
+/// A value of any width in pieces of a byte, the top one first, as one has to with writers that take a byte.
+template <class Writer>
+void WriteValue(Writer& writer, std::uint64_t value, ioSize width)
 {
-    AddRow(
-        "bit reader, " + std::to_string(width) + " bits",
-        [=](State& state)
-        { MeasureReading<Core::DataBitInput>(state, Core::DataInputMemory::Create(SampleBytes(), kBytes), width); },
-        [=](State& state) { MeasureReading<FloorBitInput>(state, MakeMemoryInput(SampleBytes(), kBytes), width); });
+    while (width > 8)
+    {
+        width -= 8;
+        writer.WriteBits(static_cast<uint8_t>(value >> width), 8);
+    }
+    writer.WriteBits(static_cast<uint8_t>(value), width);
 }
 
 }  // namespace
 
 void AddBitRows()
 {
-    for (const ioSize width : {1U, 3U, 8U, 12U, 32U, 64U})
+    const ioSize widths[] = {1, 3, 8, 12, 32, 64};
+    for (const ioSize width : widths)
     {
-        AddReadRow(width);
+        AddRow({"bit reader, " + std::to_string(width) + " bits", kTarget},
+               Reading<Core::DataBitInput>(width, &Core::DataInputMemory::Create),
+               Reading<FloorBitInput>(width, &MakeMemoryInput));
     }
-    for (const ioSize width : {1U, 3U, 8U})
+    for (const ioSize width : widths)
     {
         AddWriteRow("bit writer, " + std::to_string(width) + " bits",
                     width,
-                    [=](auto& writer) { writer.WriteBits(0x5A, width); });
+                    [=](auto& writer) { WriteValue(writer, kValue, width); });
     }
     AddWriteRow(NameWithSize("bit writer, WriteData", kBytesAtOnce),
                 8 * kBytesAtOnce,

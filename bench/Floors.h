@@ -35,7 +35,7 @@ public:
     virtual void Release();
 
 private:
-    std::recursive_mutex m_mutex;
+    std::mutex m_mutex;
     std::atomic<int> m_count{0};
     std::filesystem::path m_path;
 };
@@ -85,8 +85,8 @@ FloorInputPtr MakeFileInput(const std::string& path);
 /// One `fwrite` and `fflush`, which lock the FILE.
 FloorOutputPtr MakeFileOutput(const std::string& path);
 
-FloorInputPtr MakePipeInput(const std::string& path);
-FloorOutputPtr MakePipeOutput(const std::string& path);
+FloorInputPtr MakePipeInput(const std::string& path, bool logs);
+FloorOutputPtr MakePipeOutput(const std::string& path, bool logs);
 
 /// Over the library's streams, so that only the channel itself makes a difference.
 FloorChannelPtr MakeDirectChannel(const Tarsel::SP<Tarsel::Core::IByteDataInput>& input,

@@ -1,17 +1,81 @@
 #include "Row.h"
 
 #include <algorithm>
+#include <cmath>
 #include <random>
+#include <stdexcept>
 #include <utility>
-#include <vector>
 
 namespace Bench
 {
-
-void AddRow(const std::string& name, Contender library, Contender floor)
+namespace
 {
-    benchmark::RegisterBenchmark((name + kLibrarySuffix).c_str(), std::move(library))->UseRealTime();
-    benchmark::RegisterBenchmark((name + kFloorSuffix).c_str(), std::move(floor))->UseRealTime();
+
+std::vector<Row>& MutableRows()
+{
+    static std::vector<Row> rows;
+    return rows;
+}
+
+void AddContender(const Row& row, const std::string& contender, Contender run)
+{
+    auto* const added = benchmark::RegisterBenchmark(RunName(row.name, contender).c_str(), std::move(run));
+    if (row.clock == Clock::Wall)
+    {
+        added->UseRealTime();
+    }
+}
+
+}  // namespace
+
+bool IsMissed(const Row& row, double ratio)
+{
+    return std::round(ratio * 100) > std::round(row.target * 100);
+}
+
+const std::vector<std::string>& Contenders()
+{
+    static const std::vector<std::string> contenders = []
+    {
+        std::vector<std::string> all{kLibrary, kFloor};
+        all.insert(all.end(), Peers().begin(), Peers().end());
+        return all;
+    }();
+    return contenders;
+}
+
+const std::vector<std::string>& Peers()
+{
+    static const std::vector<std::string> peers{"std", "Boost", "Poco", "Qt", "kj", "ZeroMQ", "nanomsg", "socket"};
+    return peers;
+}
+
+void AddRow(const Row& row, Contender library, Contender floor)
+{
+    MutableRows().push_back(row);
+    AddContender(row, kLibrary, std::move(library));
+    AddContender(row, kFloor, std::move(floor));
+}
+
+void AddPeer(const std::string& row, const std::string& peer, Contender contender)
+{
+    const auto place =
+        std::find_if(Rows().begin(), Rows().end(), [&row](const Row& other) { return other.name == row; });
+    if (place == Rows().end())
+    {
+        throw std::logic_error("there is no row '" + row + "'");
+    }
+    AddContender(*place, peer, std::move(contender));
+}
+
+const std::vector<Row>& Rows()
+{
+    return MutableRows();
+}
+
+std::string RunName(const std::string& row, const std::string& contender)
+{
+    return row + '/' + contender;
 }
 
 std::string NameWithSize(const std::string& name, ioSize size)

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <TarselIO/ioSize.h>
 #include <benchmark/benchmark.h>
@@ -17,13 +18,47 @@ constexpr ioSize kMiB = 1024 * kKiB;
 
 using Contender = std::function<void(benchmark::State&)>;
 
-/// The names under which a row's two contenders run: the row's name followed by one of these.
-constexpr char kLibrarySuffix[] = "/library";
-constexpr char kFloorSuffix[] = "/floor";
+/// What a row's time is measured with. Work of one thread is measured in processor time, which other programs disturb
+/// less; work of several threads or processes in time that passes.
+enum class Clock
+{
+    Processor,
+    Wall
+};
 
-/// Adds a row of the table: what the library does, against the least that the same work costs when written by hand.
-/// Times are wall-clock times, since some rows work on several threads.
-void AddRow(const std::string& name, Contender library, Contender floor);
+/// One line of the table.
+struct Row
+{
+    std::string name;
+    double target;  // the greatest ratio of the library's time to the floor's that is good enough
+    Clock clock = Clock::Processor;
+};
+
+/// Whether the library's ratio to the floor is worse than the target, both as precise as they are shown.
+bool IsMissed(const Row& row, double ratio);
+
+/// The contenders that each row has. All others are peers: what one would use without this library.
+constexpr char kLibrary[] = "library";
+constexpr char kFloor[] = "floor";
+
+/// All contenders that a row may have: the library, the floor and the peers.
+const std::vector<std::string>& Contenders();
+
+/// The peers, in the table's order. Boost means Iostreams for streams and Interprocess for messages, socket a local
+/// one.
+const std::vector<std::string>& Peers();
+
+/// Adds a row to the table: what the library does, against the least that the same work costs when written by hand.
+void AddRow(const Row& row, Contender library, Contender floor);
+
+/// Adds a contender to a row that is there already.
+void AddPeer(const std::string& row, const std::string& peer, Contender contender);
+
+/// The rows in the order in which they were added.
+const std::vector<Row>& Rows();
+
+/// The name under which a contender of a row runs.
+std::string RunName(const std::string& row, const std::string& contender);
 
 /// The row's name with the number of bytes a call moves: "memory read, 4 KiB".
 std::string NameWithSize(const std::string& name, ioSize size);
@@ -57,7 +92,13 @@ void Repeat(benchmark::State& state, Action action)
 
 // Each adds the rows of one source file.
 void AddStreamRows();
+void AddFileRows();
 void AddBitRows();
-void AddMessageRows();
+void AddHelperRows();
+void AddPipeRows();
+void AddChannelRows();
+
+/// Adds the peers that were found when the program was configured, to rows that are there.
+void AddPeers();
 
 }  // namespace Bench

@@ -57,6 +57,9 @@ function(kitio_add_library target)
     target_compile_features(${target} PUBLIC cxx_std_17)
     # Throw locations, log lines and call stacks name a file by its path from the repository's root, wherever that is.
     target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${KitIO_SOURCE_DIR}/=")
+    # Nobody replaces the library's own functions by others of the same name, so its calls of them can be direct.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+    target_link_options(${target} PRIVATE "-Wl,-Bsymbolic-functions")
     set_target_properties(${target} PROPERTIES
         VERSION ${KitIO_VERSION}
         SOVERSION ${kitio_soversion}

@@ -25,18 +25,19 @@ public:
     /// What the stream's Read throws passes through.
     std::uint64_t ReadBits(ioSize count)
     {
-        std::uint64_t bits = 0;
-        while (count != 0)
+        if (count <= m_unread)
         {
-            if (m_unread == 0)
-            {
-                Fetch();
-            }
-            const ioSize take = m_unread < count ? m_unread : count;
-            count -= take;
-            bits = bits << take | Take(take);
+            return Take(count);
         }
-        return bits;
+        count -= m_unread;
+        std::uint64_t bits = Take(m_unread);
+        for (; count > kBitsPerByte; count -= kBitsPerByte)
+        {
+            Fetch();
+            bits = bits << kBitsPerByte | Take(kBitsPerByte);
+        }
+        Fetch();
+        return bits << count | Take(count);
     }
 
     /// The step behind ReadBits: takes `count` bits, 0 to 8, of the current byte, fetching one first (also for 0 bits)

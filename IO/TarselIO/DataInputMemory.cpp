@@ -26,9 +26,9 @@ TARSEL_IMPLEMENT_REFCOUNT(DataInputMemory, m_refCount);
 ioSize DataInputMemory::Read(uint8_t* data, ioSize size)
 {
     const ioSize count = std::min(size, m_size - m_position);
-    CopyBytes(data, m_data + m_position, count);
+    const uint8_t* const from = m_data + m_position;
     m_position += count;
-    return count;
+    return CopyBytes(data, from, count);
 }
 
 const ioPath& DataInputMemory::GetFilename() const

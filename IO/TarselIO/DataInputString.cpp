@@ -31,9 +31,9 @@ ioSize DataInputString::Read(uint8_t* data, ioSize size)
         return 0;
     }
     const ioSize count = std::min(size, length - m_position);
-    CopyBytes(data, reinterpret_cast<const uint8_t*>(m_source->data()) + m_position, count);
+    const uint8_t* const from = reinterpret_cast<const uint8_t*>(m_source->data()) + m_position;
     m_position += count;
-    return count;
+    return CopyBytes(data, from, count);
 }
 
 const ioPath& DataInputString::GetFilename() const

@@ -14,16 +14,46 @@ namespace Tarsel::Core
 namespace
 {
 
-/// Writes `size` bytes over `target` from `position`, which is not beyond its end. What reaches past the end is
-/// appended first: only that can fail, and then nothing has been overwritten yet.
-void Overwrite(std::string& target, ioSize position, const uint8_t* data, ioSize size)
+uint8_t* BytesOf(std::string& text)
 {
-    const ioSize inside = std::min<ioSize>(size, target.size() - position);
-    if (inside != size)
+    return reinterpret_cast<uint8_t*>(text.data());
+}
+
+/// Appends `size` bytes. The bit writer appends byte after byte, which needs no call.
+void Append(std::string& target, const uint8_t* data, ioSize size)
+{
+    if (size == 1)
     {
-        target.append(reinterpret_cast<const char*>(data) + inside, size - inside);
+        target.push_back(static_cast<char>(*data));
     }
-    CopyBytes(reinterpret_cast<uint8_t*>(target.data()) + position, data, inside);
+    else
+    {
+        target.append(reinterpret_cast<const char*>(data), size);
+    }
+}
+
+/// Writes `size` bytes into `target` from `position` where they do not fit, and moves `position` behind them. Lengthens
+/// the string first: only that can fail, and then nothing has been overwritten yet. Not inline, so that a write that
+/// fits needs no stack frame.
+[[gnu::noinline]] ioSize WriteAndLengthen(std::string& target, ioSize& position, const uint8_t* data, ioSize size)
+{
+    if (size > std::numeric_limits<ioSize>::max() - position)
+    {
+        throw std::length_error("A write into a string ends beyond 2^64 bytes");
+    }
+    if (size == 0)
+    {
+        return 0;
+    }
+    if (position > target.size())
+    {
+        target.resize(position + size);
+    }
+    const ioSize inside = std::min<ioSize>(size, target.size() - position);
+    Append(target, data + inside, size - inside);
+    CopyBytes(BytesOf(target) + position, data, inside);
+    position += size;
+    return size;
 }
 
 }  // namespace
@@ -43,21 +73,14 @@ TARSEL_IMPLEMENT_REFCOUNT(DataOutputString, m_refCount);
 
 ioSize DataOutputString::Write(const uint8_t* data, ioSize size)
 {
-    if (size > std::numeric_limits<ioSize>::max() - m_position)
+    const ioSize length = m_target->size();
+    if (m_position > length || size > length - m_position)
     {
-        throw std::length_error("A write into a string ends beyond 2^64 bytes");
+        return WriteAndLengthen(*m_target, m_position, data, size);
     }
-    if (size == 0)
-    {
-        return 0;
-    }
-    if (m_position > m_target->size())
-    {
-        m_target->resize(m_position + size);
-    }
-    Overwrite(*m_target, m_position, data, size);
+    uint8_t* const to = BytesOf(*m_target) + m_position;
     m_position += size;
-    return size;
+    return CopyBytes(to, data, size);
 }
 
 const ioPath& DataOutputString::GetFilename() const

@@ -8,13 +8,13 @@
 #include <string>
 #include <sys/stat.h>
 
-/// A directory of the test's own, removed with all that is in it.
+/// A directory of the test's own, removed with all that is in it. It is made where temporary files go, or in `parent`.
 class TemporaryDirectory
 {
 public:
-    TemporaryDirectory()
+    explicit TemporaryDirectory(const std::filesystem::path& parent = std::filesystem::temp_directory_path())
     {
-        std::string name = std::filesystem::temp_directory_path() / "kitio-test-XXXXXX";
+        std::string name = parent / "kitio-test-XXXXXX";
         if (::mkdtemp(name.data()) == nullptr)
         {
             throw std::runtime_error("no temporary directory");

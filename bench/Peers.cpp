@@ -1,0 +1,30 @@
+#include "Peers.h"
+
+namespace Bench
+{
+
+void AddPeers()
+{
+    AddStdPeers();
+    AddSocketPeers();
+#ifdef KITIO_BENCH_BOOST
+    AddBoostPeers();
+#endif
+#ifdef KITIO_BENCH_POCO
+    AddPocoPeers();
+#endif
+#ifdef KITIO_BENCH_QT
+    AddQtPeers();
+#endif
+#ifdef KITIO_BENCH_KJ
+    AddKjPeers();
+#endif
+#ifdef KITIO_BENCH_ZMQ
+    AddZeroMqPeers();
+#endif
+#ifdef KITIO_BENCH_NANOMSG
+    AddNanomsgPeers();
+#endif
+}
+
+}  // namespace Bench
