@@ -56,6 +56,7 @@ public:
         return SP<IByteDataInput>(new GuardedFrameInput(std::move(source), limit, std::move(onEnd)));
     }
 
+    /// Does the work of Create, which callers use.
     GuardedFrameInput(SP<IByteDataInput> source, ioSize limit, EndHandler onEnd)
         : m_source(std::move(source)),
           m_limit(limit),

@@ -12,9 +12,13 @@ template <class Interface>
 class RefCounted : public virtual Interface
 {
 public:
+    /// Adds one reference and returns the new count.
     int AddRef() const override { return m_refCount.AddRefImpl(); }
+
+    /// Returns the count at this moment.
     int GetRefCount() const override { return m_refCount.GetRefCountImpl(); }
 
+    /// Removes one reference and returns how many remain. At 0 the object has been destroyed.
     int Release() const override
     {
         const int remaining = m_refCount.ReleaseImpl();

@@ -22,6 +22,7 @@ public:
     /// it cannot be positioned.
     static SP<IDataInput> Create(std::istream* source) { return SP<IDataInput>(new DataInputIstream(source)); }
 
+    /// Does the work of Create, which callers use.
     explicit DataInputIstream(std::istream* source) : m_source(*source, std::ios_base::in), m_position(m_source.Begin())
     {
     }
@@ -46,7 +47,7 @@ public:
     /// Where the istream ended when the stream was made; later changes do not show.
     ioSize GetSize() const override { return m_source.End(); }
 
-    ioSize GetPosition() const override { return m_position; }
+    ioSize GetPosition() const override { return m_position; }  ///< from 0
 
     /// Throws IOException with IOException::TagSeek for a position beyond the size, and when the istream does not go
     /// there. The position stays what it was.
@@ -60,9 +61,9 @@ public:
     }
 
     // ILockable
-    void Lock() override { m_lock.Lock_Impl(); }
-    bool TryLock() override { return m_lock.TryLock_Impl(); }
-    void Unlock() override { m_lock.Unlock_Impl(); }
+    void Lock() override { m_lock.Lock_Impl(); }               ///< waits until the lock is free
+    bool TryLock() override { return m_lock.TryLock_Impl(); }  ///< does not wait
+    void Unlock() override { m_lock.Unlock_Impl(); }           ///< by the thread that holds it
 
 protected:
     ~DataInputIstream() override = default;

@@ -24,6 +24,7 @@ public:
     /// it cannot be positioned.
     static SP<IDataOutput> Create(std::ostream* target) { return SP<IDataOutput>(new DataOutputOstream(target)); }
 
+    /// Does the work of Create, which callers use.
     explicit DataOutputOstream(std::ostream* target)
         : m_target(*target, std::ios_base::out), m_position(m_target.Begin()), m_size(m_target.End())
     {
@@ -67,7 +68,7 @@ public:
         SetPosition(position);
     }
 
-    ioSize GetPosition() const override { return m_position; }
+    ioSize GetPosition() const override { return m_position; }  ///< from 0
 
     /// Throws IOException with IOException::TagSeek for a position beyond the size, and when the ostream does not go
     /// there. The position stays what it was.
@@ -81,9 +82,9 @@ public:
     }
 
     // ILockable
-    void Lock() override { m_lock.Lock_Impl(); }
-    bool TryLock() override { return m_lock.TryLock_Impl(); }
-    void Unlock() override { m_lock.Unlock_Impl(); }
+    void Lock() override { m_lock.Lock_Impl(); }               ///< waits until the lock is free
+    bool TryLock() override { return m_lock.TryLock_Impl(); }  ///< does not wait
+    void Unlock() override { m_lock.Unlock_Impl(); }           ///< by the thread that holds it
 
 protected:
     ~DataOutputOstream() override = default;

@@ -38,6 +38,7 @@ public:
     }
 
 protected:
+    /// Reads ahead when nothing is left.
     int_type underflow() override
     {
         if (gptr() == egptr())
@@ -75,6 +76,7 @@ protected:
         return m_readEnd < end ? static_cast<std::streamsize>(std::min(end - m_readEnd, kMost)) : 0;
     }
 
+    /// Puts a byte back, by moving the stream where the buffer does not hold it any more.
     int_type pbackfail(int_type byte) override
     {
         const ioSize position = Position();

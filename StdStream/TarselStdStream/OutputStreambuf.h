@@ -42,6 +42,7 @@ public:
     ~OutputStreambuf() override { Flush(); }
 
 protected:
+    /// Hands on what is buffered, then takes `byte`.
     int_type overflow(int_type byte) override
     {
         Drain();

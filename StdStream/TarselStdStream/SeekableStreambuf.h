@@ -30,7 +30,7 @@ namespace Tarsel::Core
 class TARSEL_EXPORT SeekableStreambuf : public std::streambuf
 {
 public:
-    static constexpr std::size_t kDefaultBufferSize = 16384;
+    static constexpr std::size_t kDefaultBufferSize = 16384;  ///< in bytes
 
     SeekableStreambuf(const SeekableStreambuf&) = delete;
     SeekableStreambuf& operator=(const SeekableStreambuf&) = delete;
@@ -39,6 +39,7 @@ public:
     std::exception_ptr Failure() const noexcept { return m_failure; }
 
 protected:
+    /// `direction` is std::ios_base::in or out.
     explicit SeekableStreambuf(std::ios_base::openmode direction) : m_direction(direction) {}
     ~SeekableStreambuf() override = default;
 
@@ -46,6 +47,7 @@ protected:
     virtual ioSize End() const = 0;            ///< what offsets from the end count from
     virtual bool MoveTo(ioSize position) = 0;  ///< false if the stream does not go there
 
+    /// Moves relative to the begin, the position or the end; -1 where that does not work.
     pos_type seekoff(off_type offset, std::ios_base::seekdir from, std::ios_base::openmode which) override
     {
         std::optional<ioSize> target;
@@ -58,6 +60,7 @@ protected:
         return moved ? pos_type(static_cast<off_type>(*target)) : pos_type(off_type(-1));
     }
 
+    /// Moves to `position`, from 0; -1 where that does not work.
     pos_type seekpos(pos_type position, std::ios_base::openmode which) override
     {
         return seekoff(position, std::ios_base::beg, which);

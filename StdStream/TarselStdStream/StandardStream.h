@@ -40,6 +40,7 @@ public:
     ioSize Begin() const { return *m_begin; }  ///< where the stream stood at first
     ioSize End() const { return *m_end; }      ///< where it ended at first
 
+    /// Moves to `position`, from 0. Returns whether the stream went there.
     bool MoveTo(ioSize position)
     {
         return position <= static_cast<ioSize>(std::numeric_limits<std::streamoff>::max()) &&
