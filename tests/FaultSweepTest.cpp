@@ -184,12 +184,12 @@ std::string Header(ioSize size)
     return {reinterpret_cast<const char*>(&size), sizeof size};
 }
 
-template <bool kThreaded>
+template <bool Threaded>
 void Talks(Stage& stage)
 {
     const auto input = DataInputPipe::Create(stage.incoming, true);
     const auto output = DataOutputPipe::Create(stage.outgoing, true);
-    const auto channel = CommunicationChannel::Create(input, output, kThreaded);
+    const auto channel = CommunicationChannel::Create(input, output, Threaded);
     const auto wait = [&stage](const auto& condition)
     {
         while (!condition() && !stage.ReadingFailed())
@@ -197,11 +197,11 @@ void Talks(Stage& stage)
             std::this_thread::yield();
         }
     };
-    kThreaded ? wait([&] { return channel->IsDataAvaliable(); }) : stage.Saw("length", channel->ReadHeader());
+    Threaded ? wait([&] { return channel->IsDataAvaliable(); }) : stage.Saw("length", channel->ReadHeader());
     stage.Got(!stage.ReadingFailed() ? channel->Read(stage.buffer, kSize) : 0);
     const ioSize count = channel->Write(stage.Data(), kSize);
     stage.Wrote(count, count);
-    int left = kThreaded ? 1 : 0;  // every run is to read the farewell, too
+    int left = Threaded ? 1 : 0;  // every run is to read the farewell, too
     wait([&] { return left == 0 || (::ioctl(stage.inputsEnd, FIONREAD, &left) == 0 && left == 0); });
 }
 
