@@ -7,6 +7,9 @@
 //   --quiet            prints no table
 //   --json=FILE, --chart=FILE, --document=FILE    write all times, draw a chart, and refresh the table in a document
 
+#include <algorithm>
+#include <cstdio>
+#include <exception>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -56,15 +59,14 @@ Options TakeOptions(int& argc, char** argv)
                 return true;
             }
         }
-        for (const auto& [name, flag] : flags)
+        const auto flag = std::find_if(
+            std::begin(flags), std::end(flags), [&](const auto& entry) { return argument == entry.first; });
+        if (flag == std::end(flags))
         {
-            if (argument == name)
-            {
-                *flag = true;
-                return true;
-            }
+            return false;
         }
-        return false;
+        *flag->second = true;
+        return true;
     };
     argc = static_cast<int>(std::remove_if(argv + 1, argv + argc, take) - argv);
     argv[argc] = nullptr;
@@ -182,9 +184,7 @@ void Report(const Results& results, const Options& options)
     }
 }
 
-}  // namespace
-
-int main(int argc, char** argv)
+int Run(int argc, char** argv)
 {
     const Options options = TakeOptions(argc, argv);
     benchmark::Initialize(&argc, argv);
@@ -211,4 +211,19 @@ int main(int argc, char** argv)
     }
     Report(results, options);
     return results.Failures().empty() && !results.IsEmpty() ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        return Run(argc, argv);
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "kitio_bench: %s\n", error.what());
+        return 1;
+    }
 }

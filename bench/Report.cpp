@@ -150,8 +150,8 @@ void PrintJson(const Results& results, std::ostream& stream)
     ForEachRow(results,
                [&](const Row& row)
                {
-                   stream << separator << "    {\"name\": \"" << row.name << "\", \"clock\": \""
-                          << (row.clock == Clock::Wall ? "wall" : "processor") << "\", \"target\": " << row.target
+                   stream << separator << R"(    {"name": ")" << row.name << R"(", "clock": ")"
+                          << (row.clock == Clock::Wall ? "wall" : "processor") << R"(", "target": )" << row.target
                           << ", \"ratio\": " << results.Ratio(row.name, kLibrary, kFloor) << ", \"times\": {";
                    const char* before = "";
                    for (const std::string& contender : Contenders())

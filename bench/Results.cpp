@@ -80,7 +80,7 @@ void Results::Load(const std::string& path)
         std::getline(fields, process, '|');
         if (!(fields >> nanoseconds))
         {
-            throw std::runtime_error(path + " holds a line that is no time: " + line);
+            throw std::runtime_error("no time, in the file of times: " + line);
         }
         Add(row, contender, process, nanoseconds);
     }

@@ -35,19 +35,19 @@ bool IsMissed(const Row& row, double ratio)
 
 const std::vector<std::string>& Contenders()
 {
-    static const std::vector<std::string> contenders = []
+    static const std::vector<std::string> kContenders = []
     {
         std::vector<std::string> all{kLibrary, kFloor};
         all.insert(all.end(), Peers().begin(), Peers().end());
         return all;
     }();
-    return contenders;
+    return kContenders;
 }
 
 const std::vector<std::string>& Peers()
 {
-    static const std::vector<std::string> peers{"std", "Boost", "Poco", "Qt", "kj", "ZeroMQ", "nanomsg", "socket"};
-    return peers;
+    static const std::vector<std::string> kNames{"std", "Boost", "Poco", "Qt", "kj", "ZeroMQ", "nanomsg", "socket"};
+    return kNames;
 }
 
 void AddRow(const Row& row, Contender library, Contender floor)
@@ -90,14 +90,14 @@ std::string NameWithSize(const std::string& name, ioSize size)
 
 const uint8_t* SampleBytes()
 {
-    static const std::vector<uint8_t> bytes = []
+    static const std::vector<uint8_t> kBytes = []
     {
         std::vector<uint8_t> made(kSampleSize);
         std::minstd_rand random;
         std::generate(made.begin(), made.end(), [&random] { return static_cast<uint8_t>(random() >> 8U); });
         return made;
     }();
-    return bytes.data();
+    return kBytes.data();
 }
 
 void Expect(benchmark::State& state, bool done)

@@ -238,7 +238,7 @@ Contender Copying(Make make)
         Repeat(state,
                [&]
                {
-                   const auto copy = original;
+                   const auto copy = original;  // NOLINT(performance-unnecessary-copy-initialization)
                    return copy.get() != nullptr;
                });
     };
