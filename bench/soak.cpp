@@ -45,7 +45,6 @@ using Phase = std::size_t;                     // open, header, payload, idle
 constexpr ioSize kWarmUp = 8 * kLargest;
 using Memory = std::array<long, 3>;  // the peak in bytes, the heap in use in bytes, and the open descriptors
 constexpr Memory kMayGrow = {2 * static_cast<long>(kLargest), 16 << 10, 0};
-
 /// One side is killed again and again, the other one survives. In memory that they share with their supervisor.
 struct Pair
 {
@@ -327,4 +326,5 @@ int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape): that ends
     std::cout << deaths[0] << " in open, " << deaths[1] << " in header, " << deaths[2] << " in payload, " << deaths[3]
               << " when idle\n";
     Require(sum(&Pair::messages) != 0, "no message came through");
+    std::destroy(pairs.begin(), pairs.end());
 }
