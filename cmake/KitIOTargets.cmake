@@ -56,7 +56,12 @@ function(kitio_add_library target)
     kitio_configure_target(${target})
     target_compile_features(${target} PUBLIC cxx_std_17)
     # Throw locations, log lines and call stacks name a file by its path from the repository's root, wherever that is.
+    # A compiler cache may hand on paths that are relative to the build folder.
     target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${KitIO_SOURCE_DIR}/=")
+    file(RELATIVE_PATH from_build "${CMAKE_BINARY_DIR}" "${KitIO_SOURCE_DIR}")
+    if(from_build)
+        target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${from_build}/=")
+    endif()
     # Nobody replaces the library's own functions by others of the same name, so its calls of them can be direct.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     target_link_options(${target} PRIVATE "-Wl,-Bsymbolic-functions")
