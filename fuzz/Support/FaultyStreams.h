@@ -1,5 +1,7 @@
 #pragma once
 
+#include <condition_variable>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 
@@ -48,6 +50,35 @@ struct FaultyInput : Tarsel::Core::DataInputString
     }
 
     FaultPlan plan;
+};
+
+/// Lets nobody read before it is opened, and tells when so many reads have been made.
+struct GatedInput : FaultyInput
+{
+    using FaultyInput::FaultyInput;
+
+    ioSize Read(uint8_t* data, ioSize size) override
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [&] { return open; });
+        changed.notify_all();
+        return FaultyInput::Read(data, size);
+    }
+
+    void Cancel() override { ++cancels; }
+
+    void OpenAndWaitForCalls(std::size_t calls)
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        open = true;
+        changed.notify_all();
+        changed.wait(lock, [&] { return plan.calls >= calls; });
+    }
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool open = false;
+    unsigned cancels = 0;
 };
 
 struct FaultyOutput : Tarsel::Core::DataOutputString
