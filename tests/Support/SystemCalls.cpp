@@ -120,8 +120,12 @@ void* Allocate(Call call)
 Outcome Next(const std::string& function)
 {
     std::vector<Outcome>& outcomes = watch->outcomes[function];
-    const Outcome next = outcomes.empty() ? Pass() : outcomes.front();
-    outcomes.erase(outcomes.begin(), std::min(outcomes.begin() + 1, outcomes.end()));
+    if (outcomes.empty())
+    {
+        return Pass();
+    }
+    const Outcome next = outcomes.front();
+    outcomes.erase(outcomes.begin());
     return next;
 }
 
