@@ -6,9 +6,11 @@ include(CheckLinkerFlag)
 # The number of the binary interface, the 0 of libKitIO.so.0. docs/versions.md tells what makes a new one: among others
 # another release of Boost, so a build with another one than Debian's gets a name of its own.
 set(kitio_soversion 0)
+set(kitio_file_version ${KitIO_VERSION})
 set(kitio_soversion_boost 1.81)
 if(NOT kitio_boost_release STREQUAL kitio_soversion_boost)
     string(APPEND kitio_soversion "-boost${kitio_boost_release}")
+    string(APPEND kitio_file_version "-boost${kitio_boost_release}")
 endif()
 
 # The GNU linker warns that tempnam, which makes the pipes' names, only returns a name. It is the call that KitIO means.
@@ -66,7 +68,7 @@ function(kitio_add_library target)
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     target_link_options(${target} PRIVATE "-Wl,-Bsymbolic-functions")
     set_target_properties(${target} PROPERTIES
-        VERSION ${KitIO_VERSION}
+        VERSION ${kitio_file_version}
         SOVERSION ${kitio_soversion}
         DEFINE_SYMBOL ""
         CXX_VISIBILITY_PRESET hidden

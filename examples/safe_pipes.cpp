@@ -98,14 +98,14 @@ pid_t ForkClean()
 /// Takes the place of a FIFO's one writer. Returns the descriptor that holds it, or -1 while somebody else does.
 int ClaimWriter(const std::string& fifo)
 {
-    const int lock = ::open((fifo + ".writer").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    const int lock = Check(::open((fifo + ".writer").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600), fifo);
     return ::flock(lock, LOCK_EX | LOCK_NB) == 0 ? lock : (::close(lock), -1);
 }
 
 /// Frees a writer whose peer does not read: takes what stands in the FIFO, and lets it be lost.
 void Drain(const std::string& fifo, const std::future<ioSize>& writer)
 {
-    const int end = ::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const int end = Check(::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC), fifo);
     for (char lost[4096]; writer.wait_for(std::chrono::seconds(0)) != std::future_status::ready;)
     {
         [[maybe_unused]] const ssize_t taken = ::read(end, lost, sizeof(lost));
@@ -117,8 +117,8 @@ void Drain(const std::string& fifo, const std::future<ioSize>& writer)
 bool EndReading(const std::string& fifo)
 {
     const ioSize empty = 0;
-    const int end = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    const bool written = end != -1 && ::write(end, &empty, sizeof(empty)) == sizeof(empty);
+    const int end = Check(::open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC), fifo);
+    const bool written = ::write(end, &empty, sizeof(empty)) == sizeof(empty);
     ::close(end);
     return written;
 }

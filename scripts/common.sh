@@ -14,7 +14,11 @@ quietly() {
     shift
     log=$(mktemp)
     printf '%s ... ' "$headline"
-    "$@" >"$log" 2>&1 || status=$?
+    # Not as a part of a condition: there, a function would go on after a command of it has failed.
+    set +e
+    (set -e; "$@") >"$log" 2>&1
+    status=$?
+    set -e
     if [ "$status" -eq 0 ]; then
         printf 'done\n'
     else

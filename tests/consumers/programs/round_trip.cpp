@@ -4,7 +4,9 @@
 #include <string>
 
 #include <TarselException/GetCallStack.h>
+#include <TarselGuard/GuardedFrameInput.h>
 #include <TarselIO/KitIO.h>
+#include <TarselStdStream/InputStreambuf.h>
 
 int main()
 {
@@ -18,7 +20,9 @@ int main()
 
     DataBitInput reader(DataInputString::Create(&packed));
     const auto first = reader.ReadBits(7);
+    InputStreambuf buffer(DataInputString::Create(&packed));
+    std::istream bytes(&buffer);
     std::cout << first << ' ' << reader.ReadBits(9) << ", " << MD5Generate(DataInputString::Create(&packed), "packed")
               << ", date of nothing '" << GetFileCreationDateString("/no/such/file") << "', call stack "
-              << (Tarsel::GetCallStack().empty() ? "empty" : "told") << '\n';
+              << (Tarsel::GetCallStack().empty() ? "empty" : "told") << ", first byte " << bytes.get() << '\n';
 }
