@@ -57,6 +57,35 @@ public:
     /// The worker: fetches what is announced, while there is room. An empty message marks the end.
     void Work(IDataChannel& channel)
     {
+        try
+        {
+            Fetch(channel);
+        }
+        catch (...)
+        {
+            Change([&] { m_broken = true; });
+            throw;
+        }
+    }
+
+    /// Waits for the next message, whoever has time for it. It is empty at the end, and when the worker has failed.
+    Message Take()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_broken || !m_messages.empty(); });
+        if (m_messages.empty())
+        {
+            return {};
+        }
+        Message message = std::move(m_messages.front());
+        m_messages.pop_front();
+        m_changed.notify_all();
+        return message;
+    }
+
+private:
+    void Fetch(IDataChannel& channel)
+    {
         Message message;
         do
         {
@@ -69,18 +98,6 @@ public:
         } while (!message.empty());
     }
 
-    /// Waits for the next message, whoever has time for it.
-    Message Take()
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [this] { return !m_messages.empty(); });
-        Message message = std::move(m_messages.front());
-        m_messages.pop_front();
-        m_changed.notify_all();
-        return message;
-    }
-
-private:
     template <class Action>
     void Change(Action action)
     {
@@ -101,6 +118,7 @@ private:
     std::deque<Message> m_messages;  // this and all below guarded by m_mutex
     ioSize m_announced = 0;
     bool m_ended = false;
+    bool m_broken = false;
 };
 
 /// Of all lengths that pass, and different from its neighbours.
@@ -136,7 +154,7 @@ void Run(const std::vector<std::string>& /*operands*/)
         streams.output,
         true);
     channel->SetDataAvailableHandler(&queue);
-    const auto worker = std::async(std::launch::async, [&] { queue.Work(*channel); });
+    auto worker = std::async(std::launch::async, [&] { queue.Work(*channel); });
     const uint8_t ready = 1;  // what came before the handler was there would not be announced
     channel->Write(&ready, sizeof(ready));
 
@@ -146,6 +164,7 @@ void Run(const std::vector<std::string>& /*operands*/)
     {
         right += message == MakeMessage(taken++) ? 1 : 0;
     }
+    worker.get();  // throws what it may have failed with
     if (right != kCount || taken != kCount)
     {
         throw std::runtime_error("of " + std::to_string(taken) + " messages " + std::to_string(right) + " are right");

@@ -75,17 +75,18 @@ pid_t SpawnClean(char* const* words)
     ::posix_spawn_file_actions_init(&files);
     ::posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
     pid_t child = 0;
-    errno = ::posix_spawn(&child, words[0], &files, &attributes, words, environ);
-    Check(errno == 0 ? 0 : -1, words[0]);
+    const int error = ::posix_spawn(&child, words[0], &files, &attributes, words, environ);
     ::posix_spawn_file_actions_destroy(&files);
     ::posix_spawnattr_destroy(&attributes);
+    errno = error;
+    Check(error == 0 ? 0 : -1, words[0]);
     return child;
 }
 
 /// Forks a child that does without what it inherits: it closes all of it, releases no object and never returns.
 pid_t ForkClean()
 {
-    const pid_t child = ::fork();
+    const pid_t child = Check(::fork(), "fork");
     if (child == 0)
     {
         ::close_range(STDERR_FILENO + 1, ~0U, 0);

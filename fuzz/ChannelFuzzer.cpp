@@ -41,7 +41,7 @@ ioSize ReadLength(FaultyInput& stream)
     return length;
 }
 
-/// What a thread receives until it ends. False if that depends on how a vector grows.
+/// What a thread receives until it ends. False if a length would only cost time.
 bool ReceiveAll(FaultyInput& stream, Handler& handler, std::vector<Message>& messages)
 {
     try
@@ -65,7 +65,7 @@ bool ReceiveAll(FaultyInput& stream, Handler& handler, std::vector<Message>& mes
     return true;
 }
 
-struct Session
+struct Talk
 {
     void Write()
     {
@@ -124,43 +124,43 @@ struct Session
     Tarsel::SP<IDataChannel> channel = {};
 };
 
-void FuzzDirect(Session& session)
+void FuzzDirect(Talk& talk)
 {
-    session.channel = CommunicationChannel::Create(session.source, session.target, false);
-    session.source->OpenAndWaitForCalls(0);
-    while (!session.input.Empty())
+    talk.channel = CommunicationChannel::Create(talk.source, talk.target, false);
+    talk.source->OpenAndWaitForCalls(0);
+    while (!talk.input.Empty())
     {
-        session.ReadDirect();
-        session.Write();
+        talk.ReadDirect();
+        talk.Write();
     }
-    session.channel.reset();
-    Check("calls of Cancel", session.source->cancels, 0);
+    talk.channel.reset();
+    Check("calls of Cancel", talk.source->cancels, 0);
 }
 
-void FuzzThreaded(Session& session)
+void FuzzThreaded(Talk& talk)
 {
     Handler handler;
-    handler.failing = session.input.Below(16);
+    handler.failing = talk.input.Below(16);
     Handler model = handler;
     std::vector<Message> messages;
-    if (!ReceiveAll(session.modelSource, model, messages))
+    if (!ReceiveAll(talk.modelSource, model, messages))
     {
         return;
     }
-    session.channel = CommunicationChannel::Create(session.source, session.target, true);
-    session.channel->SetDataAvailableHandler(&handler);
-    session.source->OpenAndWaitForCalls(0);
-    const auto take = [&](const Message& message) { return session.Write(), session.Take(message); };
+    talk.channel = CommunicationChannel::Create(talk.source, talk.target, true);
+    talk.channel->SetDataAvailableHandler(&handler);
+    talk.source->OpenAndWaitForCalls(0);
+    const auto take = [&](const Message& message) { return talk.Write(), talk.Take(message); };
     if (std::all_of(messages.begin(), messages.end(), take))
     {
-        session.source->OpenAndWaitForCalls(session.modelSource.plan.calls);
-        Check("IsDataAvaliable", session.channel->IsDataAvaliable(), 0);
-        session.channel.reset();
+        talk.source->OpenAndWaitForCalls(talk.modelSource.plan.calls);
+        Check("IsDataAvaliable", talk.channel->IsDataAvaliable(), 0);
+        talk.channel.reset();
         Check("sizes announced", handler.sizes, model.sizes);
-        Check("calls of Read", session.source->plan.sizes, session.modelSource.plan.sizes);
+        Check("calls of Read", talk.source->plan.sizes, talk.modelSource.plan.sizes);
     }
-    session.channel.reset();
-    Check("calls of Cancel", session.source->cancels, 1);
+    talk.channel.reset();
+    Check("calls of Cancel", talk.source->cancels, 1);
 }
 
 }  // namespace
@@ -169,6 +169,6 @@ void Fuzz(Input& input)
 {
     FLAGS_minloglevel = google::GLOG_FATAL;  // the exceptions that end a thread are no findings
     const bool threaded = input.Below(2) == 0;
-    Session session{input};
-    threaded ? FuzzThreaded(session) : FuzzDirect(session);
+    Talk talk{input};
+    threaded ? FuzzThreaded(talk) : FuzzDirect(talk);
 }

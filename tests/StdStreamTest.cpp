@@ -204,6 +204,13 @@ TEST(OutputStreambuf, BeginsAgainAfterAFailure)
         text << "4";
     }
     EXPECT_EQ(target->bytes, "one two.4our or more") << "which it has written, unlike what it said";
+
+    target->failing = {static_cast<unsigned>(target->writes.size())};
+    OutputStreambuf buffer(target);
+    std::ostream text(&buffer);
+    text << "abc";
+    EXPECT_TRUE(text.seekp(0).fail());
+    EXPECT_THROW(std::rethrow_exception(buffer.Failure()), std::runtime_error);
 }
 
 }  // namespace

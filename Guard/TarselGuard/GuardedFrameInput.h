@@ -39,14 +39,14 @@ enum class FrameEnd
 /// instead of a short count, so that a cut header looks like EndOfStream; the Raw protocol tells them apart.
 ///
 /// It holds one payload, at most the limit, in one block that is freed before a larger one is made. The channel itself
-/// holds a message up to two times more.
+/// holds a message up to two times more, and a third for the moment in which one of these grows.
 class TARSEL_EXPORT GuardedFrameInput : public RefCounted<IByteDataInput>
 {
 public:
     /// Is called by the thread that reads, in threaded mode the channel's own: once, when the stream has ended, and
-    /// for each Farewell. The channel is not locked, so any of its operations but Read may be called, which would wait
-    /// for good; and the last reference to it must not be dropped here. Must stay callable until the channel has gone,
-    /// whose end may be what ends the source. What it throws passes through Read: a threaded channel logs it and ends.
+    /// for each Farewell. The channel is not locked, so its operations may be called, but not Read, which would wait
+    /// for good; and the last reference to it must not be dropped here. Must stay callable until the channel has gone:
+    /// its release may be what ends the source, and from then on nothing of the channel may be used here. What it throws passes through Read: a threaded channel logs it and ends.
     using EndHandler = std::function<void(FrameEnd end)>;
 
     /// Guards `source`, which is not null. `limit` is the longest payload that passes, in bytes; 0 lets only empty

@@ -210,6 +210,7 @@ void CommunicationChannel::ReceiveMessages()
         {
             return;
         }
+        staging.reserve(length);  // exactly: left to itself a vector takes up to twice as much as the longest message
         staging.resize(length);
         m_input->Read(staging.data(), length);
         boost::this_thread::interruption_point();

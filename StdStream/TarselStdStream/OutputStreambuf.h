@@ -20,7 +20,7 @@ namespace Tarsel::Core
 ///
 /// Bytes wait in the buffer until it is full, flushed or moved. The destructor writes the rest as well, but has no way
 /// to tell of a failure: flush first and look. After a failed write, what is buffered stays so; the next attempt
-/// begins again at the same position, so that nothing is written twice or left out.
+/// begins again at the same position, so that nothing of it is written twice or left out.
 ///
 /// Nobody else uses the stream beneath meanwhile. One thread at a time, as for any stream.
 class TARSEL_EXPORT OutputStreambuf : public SeekableStreambuf
@@ -54,7 +54,7 @@ protected:
         return traits_type::not_eof(byte);
     }
 
-    /// What is at least as large as the buffer goes past it.
+    /// What is larger than the buffer goes past it.
     std::streamsize xsputn(const char* data, std::streamsize size) override
     {
         if (size > epptr() - pptr())

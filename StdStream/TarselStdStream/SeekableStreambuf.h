@@ -23,7 +23,8 @@ namespace Tarsel::Core
 ///
 /// What the stream beneath throws is kept here. It also leaves the buffer's operations that read or write: a standard
 /// stream over the buffer catches it and sets badbit, or passes it on after `exceptions(std::ios::badbit)`. Seeking and
-/// sync return -1 instead, because standard streams do not catch there; they set failbit and badbit.
+/// sync return -1 instead, because some standard streams do not catch there (`seekp`, and the flush of `unitbuf`); they
+/// set failbit and badbit. An output writes what is buffered before it seeks, so a failbit can mean a failed write.
 ///
 /// Not for pipes and channels: their bytes come when the peer sends them. To read ahead would wait for bytes that
 /// nobody has asked for yet, and a pipe with the Default protocol drops what came before the end of the data.
