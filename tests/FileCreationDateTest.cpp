@@ -98,6 +98,7 @@ TEST_F(FileCreationDate, TellsTheBirthTimeOfTheFileBehindALink)
     const Instant birth{status.stx_btime.tv_sec, static_cast<std::int32_t>(status.stx_btime.tv_nsec)};
     EXPECT_EQ(SystemDateServices().GetCreationDate(program), kept ? std::optional(birth) : std::nullopt);
     EXPECT_EQ(SystemDateServices().GetBirthTime(program).value_or(-1), kept ? birth.seconds : -1);
+    EXPECT_EQ(SystemDateServices().GetBirthTime("/no/such/file"), std::nullopt);
     EXPECT_EQ(GetFileCreationDateString(program), kept ? Format(birth) : "");
     EXPECT_EQ(GetFileCreationDateString("/proc/self/status"), "");
     EXPECT_EQ(GetFileCreationDateString("/proc/self/exe/below"), "");

@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <random>
 #include <sstream>
 
@@ -123,6 +124,30 @@ TEST(StdStream, StandardStreamsWorkLikeOurs)
     EXPECT_TRUE(folder.bad() && full.bad());
     EXPECT_EQ(Thrown([&] { DataInputIstream::Create(&folder); }).description,
               "The standard stream cannot be positioned");
+}
+
+template <class Stream>
+void ExpectTheRestOfAStream(const SP<Stream>& stream)
+{
+    EXPECT_EQ(stream->GetRefCount(), 1);
+    EXPECT_TRUE(stream->GetFilename().empty());
+    const auto tryOnAnotherThread = [&]
+    { return std::async(std::launch::async, [&] { return stream->TryLock(); }).get(); };
+    stream->Lock();
+    EXPECT_FALSE(tryOnAnotherThread());
+    stream->Unlock();
+    EXPECT_TRUE(stream->TryLock());
+    EXPECT_FALSE(tryOnAnotherThread());
+    stream->Unlock();
+}
+
+TEST(StdStream, CountsLocksAndNamesLikeAnyStream)
+{
+    std::stringstream text(kText);
+    ExpectTheRestOfAStream(DataInputIstream::Create(&text));
+    ExpectTheRestOfAStream(DataOutputOstream::Create(&text));
+    InputStreambuf buffer(DataInputString::Create(&kText));
+    EXPECT_EQ(buffer.in_avail(), kText.size());
 }
 
 // Writes and reads a word at a position that takes more than 32 bits, through each of the four classes.

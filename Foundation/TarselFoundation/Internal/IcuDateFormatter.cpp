@@ -25,7 +25,7 @@ icu::UnicodeString RequireMemory(icu::UnicodeString text)
 {
     if (text.isBogus() != 0)
     {
-        throw std::bad_alloc();
+        throw std::bad_alloc();  // GCOVR_EXCL_LINE: ICU does not survive all of its own failed allocations
     }
     return text;
 }
@@ -34,7 +34,7 @@ bool Succeeded(UErrorCode status)
 {
     if (status == U_MEMORY_ALLOCATION_ERROR)
     {
-        throw std::bad_alloc();
+        throw std::bad_alloc();  // GCOVR_EXCL_LINE: as above
     }
     return U_SUCCESS(status) != 0;
 }
@@ -110,7 +110,7 @@ std::unique_ptr<IDateFormatter> CreateIcuDateFormatter(const std::string& patter
     auto formatter = std::make_unique<IcuDateFormatter>(pattern, status);
     if (!Succeeded(status))
     {
-        return nullptr;
+        return nullptr;  // GCOVR_EXCL_LINE: needs an ICU without its data
     }
     return formatter;
 }
