@@ -60,11 +60,15 @@ struct Model
         {
             return End(FrameEnd::OverLimit);
         }
-        whole.resize(kHeaderSize + length);
-        if (length != 0 && source.Read(reinterpret_cast<uint8_t*>(&whole[kHeaderSize]), length) != length)
+        if (length > block.size())
+        {
+            block.assign(length, '\0');
+        }
+        if (length != 0 && source.Read(reinterpret_cast<uint8_t*>(block.data()), length) != length)
         {
             return End(FrameEnd::CutPayload);
         }
+        whole.append(block, 0, length);
         ended = false;
         ends += length == 0 ? std::to_string(static_cast<int>(FrameEnd::Farewell)) : "";
         return whole;
@@ -80,6 +84,7 @@ struct Model
     ioSize limit;
     std::string ends = {};
     std::string frame = {};
+    std::string block = {};  // where payloads arrive; what a source only claims to deliver is what was there before
     std::size_t position = 0;
     bool ended = false;
 };

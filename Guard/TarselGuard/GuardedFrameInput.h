@@ -134,7 +134,8 @@ private:
         if (length > m_capacity)
         {
             FreePayload();
-            m_payload.reset(new uint8_t[length]);
+            // All zeros: a source that claims more than it delivers passes on nothing that the program has forgotten.
+            m_payload = std::make_unique<uint8_t[]>(length);
             m_capacity = length;
         }
         return length == 0 || m_source->Read(m_payload.get(), length) == length;
