@@ -41,10 +41,10 @@ constexpr ioSize kLargest = ioSize{4} << 20U;
 constexpr std::chrono::seconds kPatience(60);  // what takes longer hangs
 using Phase = std::size_t;                     // open, header, payload, idle
 // Four places hold a message, or two while they grow. A survivor takes as much once, after its first talk. From then on
-// its memory may grow by what lies between its blocks, and what it uses by a little.
+// its memory may grow by what lies between its blocks, some messages' worth, and what it uses by a little.
 constexpr ioSize kWarmUp = 8 * kLargest;
 using Memory = std::array<long, 3>;  // the peak in bytes, the heap in use in bytes, and the open descriptors
-constexpr Memory kMayGrow = {2 * static_cast<long>(kLargest), 16 << 10, 0};
+constexpr Memory kMayGrow = {4 * static_cast<long>(kLargest), 16 << 10, 0};
 /// One side is killed again and again, the other one survives. In memory that they share with their supervisor.
 struct Pair
 {
