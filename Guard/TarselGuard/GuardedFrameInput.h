@@ -46,7 +46,8 @@ public:
     /// Is called by the thread that reads, in threaded mode the channel's own: once, when the stream has ended, and
     /// for each Farewell. The channel is not locked, so its operations may be called, but not Read, which would wait
     /// for good; and the last reference to it must not be dropped here. Must stay callable until the channel has gone:
-    /// its release may be what ends the source, and from then on nothing of the channel may be used here. What it throws passes through Read: a threaded channel logs it and ends.
+    /// its release may be what ends the source, and from then on nothing of the channel may be used here. What it
+    /// throws passes through Read: a threaded channel logs it and ends.
     using EndHandler = std::function<void(FrameEnd end)>;
 
     /// Guards `source`, which is not null. `limit` is the longest payload that passes, in bytes; 0 lets only empty
