@@ -396,8 +396,8 @@ struct FaultSweep : testing::TestWithParam<Scenario>
         EXPECT_TRUE(left == 0 || warm < 0) << left << " blocks of memory are lost";
         EXPECT_EQ(OpenDescriptors(), descriptors) << "a descriptor is left";
         std::string arrived = Stage::Drain(stage.outputsEnd) + TemporaryDirectory::Content(stage.output);
-        const bool framed =
-            arrived.rfind(Header(kSize), 0) == 0;  // a channel does not look at what becomes of the length
+        // A channel does not look at what becomes of the length.
+        const bool framed = arrived.rfind(Header(kSize), 0) == 0;
         stage.Saw("framed", framed);
         arrived.erase(0, framed ? sizeof(ioSize) : 0);
         EXPECT_GE(arrived.size(), stage.claimed) << "something was not written";
@@ -411,8 +411,8 @@ struct FaultSweep : testing::TestWithParam<Scenario>
             failing + " at call " + std::to_string(point.number) + (point.background ? " in the background\n" : "\n");
         SCOPED_TRACE(current);
         unsigned fired = 0;
-        for (warm = point.function == "malloc" ? -1 : 0; warm <= 0;
-             ++warm)  // others keep what their first failure takes
+        // Twice for an allocation: others keep what their first failure takes.
+        for (warm = point.function == "malloc" ? -1 : 0; warm <= 0; ++warm)
         {
             Around([&] { fired = RunWithFault(point, outcome, [&] { Play(outcome.error); }); });
         }

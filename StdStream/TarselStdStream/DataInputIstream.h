@@ -53,10 +53,7 @@ public:
     /// there. The position stays what it was.
     void SetPosition(ioSize position) override
     {
-        if (position > m_source.End() || !m_source.MoveTo(position))
-        {
-            StandardStream::FailToMove(position);
-        }
+        m_source.SetPosition(position, m_source.End());
         m_position = position;
     }
 

@@ -49,8 +49,9 @@ public:
     /// Where the ostream ended when the stream was made, or the end of what has been written since.
     ioSize GetSize() const override { return m_size; }
 
-    /// Growing writes zero bytes and leaves the position. A standard stream cannot be cut: a smaller size throws
-    /// IOException with TagDescription and changes nothing.
+    /// Growing writes zero bytes and leaves the position; a failure is that of Write, and the position then stands
+    /// behind the zeros that were taken. A standard stream cannot be cut: a smaller size throws IOException with
+    /// TagDescription and changes nothing.
     void SetSize(ioSize size) override
     {
         if (size < m_size)
@@ -74,10 +75,7 @@ public:
     /// there. The position stays what it was.
     void SetPosition(ioSize position) override
     {
-        if (position > m_size || !m_target.MoveTo(position))
-        {
-            StandardStream::FailToMove(position);
-        }
+        m_target.SetPosition(position, m_size);
         m_position = position;
     }
 

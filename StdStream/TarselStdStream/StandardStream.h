@@ -47,10 +47,14 @@ public:
                Seek(static_cast<std::streamoff>(position), std::ios_base::beg) == position;
     }
 
-    /// The position is not one of the stream's; or the stream does not go there.
-    [[noreturn]] static void FailToMove(ioSize position)
+    /// Moves to `position`. Throws IOException with IOException::TagSeek if that lies beyond `size`, or the stream does
+    /// not go there.
+    void SetPosition(ioSize position, ioSize size)
     {
-        BOOST_THROW_EXCEPTION(IOException() << ErrorSeek(position));
+        if (position > size || !MoveTo(position))
+        {
+            BOOST_THROW_EXCEPTION(IOException() << ErrorSeek(position));
+        }
     }
 
     /// Moves up to `size` bytes by calls of `transfer(buffer, offset, count)`, which returns how many it moved. Stops
