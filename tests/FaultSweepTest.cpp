@@ -15,6 +15,10 @@
 #include <boost/uuid/entropy_error.hpp>
 #include <unicode/uclean.h>
 
+#include <TarselGuard/GuardedFrameInput.h>
+#include <TarselStdStream/InputStreambuf.h>
+#include <TarselStdStream/OutputStreambuf.h>
+
 #include "Support/LogCapture.h"
 #include "Support/Records.h"
 #include "Support/SystemCalls.h"
@@ -186,10 +190,52 @@ std::string Header(ioSize size)
     return {reinterpret_cast<const char*>(&size), sizeof size};
 }
 
-template <bool Threaded>
+void ReadsByAnIstream(Stage& stage)
+{
+    InputStreambuf buffer(DataInputFile::Create(stage.input), 1000);
+    std::istream stream(&buffer);
+    stream.exceptions(std::ios::badbit);
+    for (const ioSize position : {0, 1400, 200})  // also past the buffer, and back
+    {
+        stream.seekg(static_cast<std::streamoff>(position));
+        stream.read(reinterpret_cast<char*>(stage.buffer), 1100);
+        stage.Got(static_cast<ioSize>(stream.gcount()));
+    }
+    stage.Saw("good", stream.good());
+}
+
+void WritesByAnOstream(Stage& stage)
+{
+    OutputStreambuf buffer(DataOutputFile::Create(stage.output), 1000);
+    std::ostream stream(&buffer);
+    const auto write = [&](std::size_t position, std::streamsize size)
+    {
+        stream.write(stage.pattern.data() + position, size).flush();
+        buffer.Failure() != nullptr ? std::rethrow_exception(buffer.Failure()) : stage.Saw("good", stream.good());
+    };
+    stream.write(stage.pattern.data(), 1500);
+    write(1500, 500);
+    stage.Wrote(2000, 2000);
+    stream.seekp(100);
+    write(100, 50);
+}
+
+enum class Mode
+{
+    Direct,
+    Threaded,
+    Guarded
+};
+
+template <Mode ChannelMode>
 void Talks(Stage& stage)
 {
-    const auto input = DataInputPipe::Create(stage.incoming, true);
+    constexpr bool Threaded = ChannelMode != Mode::Direct;
+    SP<IByteDataInput> input = DataInputPipe::Create(stage.incoming, true);
+    if (ChannelMode == Mode::Guarded)
+    {
+        input = GuardedFrameInput::Create(input, kSize, [](FrameEnd /*end*/) {});
+    }
     const auto output = DataOutputPipe::Create(stage.outgoing, true);
     const auto channel = CommunicationChannel::Create(input, output, Threaded);
     const auto wait = [&stage](const auto& condition)
@@ -265,6 +311,7 @@ struct Scenario
     friend std::ostream& operator<<(std::ostream& stream, const Scenario& scenario) { return stream << scenario.name; }
 };
 constexpr char kSeeks[] = " fseek ftell ";  // an input file has no way to report them, GetPosition neither
+const Rules kThreadRules = {{" malloc ", " memory system thread less same "}, {" read ", " less same "}};
 const Scenario kScenarios[] = {
     {"WritesAFile", &WritesAFile, {{" ftell ", " system less "}}},
     {"ReadsAFile", &ReadsAFile, {{kSeeks, " same less "}}},
@@ -279,8 +326,15 @@ const Scenario kScenarios[] = {
     {"WritesAPipe", &WritesAPipe<ByteDataOutputDefaultProtocol>},
     {"WritesAPipeRaw", &WritesAPipe<ByteDataOutputRawProtocol>},
     {"UsesTheEndpoints", &UsesTheEndpoints},
-    {"TalksDirectly", &Talks<false>},
-    {"TalksByAThread", &Talks<true>, {{" malloc ", " memory system thread less same "}, {" read ", " less same "}}},
+    {"ReadsByAnIstream",
+     &ReadsByAnIstream,
+     {{" fread ", " other "}, {" fread:cut ", " same "}, {kSeeks, " same less other "}}},
+    {"WritesByAnOstream",
+     &WritesByAnOstream,
+     {{" fwrite ", " other "}, {" fwrite:cut ", " same "}, {" ftell ", " system less same "}}},
+    {"TalksDirectly", &Talks<Mode::Direct>},
+    {"TalksByAThread", &Talks<Mode::Threaded>, kThreadRules},
+    {"TalksThroughAGuard", &Talks<Mode::Guarded>, kThreadRules},
     {"AsksForNamesAndADate",
      &AsksForNamesAndADate,
      {{" localtime_r ", " less same "}, {" open open:4 read ", " random "}, {" read:4 read:cut ", " same "}}},
