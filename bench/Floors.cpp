@@ -238,7 +238,7 @@ private:
             message.resize(length);
             PipeChannel::Read(message.data(), length);
             std::unique_lock lock(m_mutex);
-            m_message.swap(message);
+            m_message = message;
             m_isPending = true;
             lock.unlock();
             m_arrived.notify_one();

@@ -1,4 +1,6 @@
+#include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <TarselIO/DataInputMemory.h>
@@ -17,11 +19,34 @@ namespace
 namespace Core = Tarsel::Core;
 using benchmark::State;
 
-/// The floor of the three functions that take a whole stream in.
-template <class Buffer>
-Buffer ReadWhole(FloorInput& stream)
+using Buffer = std::vector<uint8_t>;
+
+/// The bytes that are to be written into `target`. A copy takes a third longer where the target begins, as an offset
+/// within a page, a little behind its source. Sources that lie like that are passed over.
+Buffer MakeSource(const std::string& target)
 {
-    Buffer buffer(kWholeSize, 0);
+    constexpr ioSize kPage = 4096;
+    std::vector<Buffer> passedOver;
+    for (;;)
+    {
+        Buffer source;
+        source.reserve(kWholeSize + passedOver.size() * kPage / 4);
+        source.assign(SampleBytes(), SampleBytes() + kWholeSize);
+        const auto behind =
+            reinterpret_cast<std::uintptr_t>(target.data()) - reinterpret_cast<std::uintptr_t>(source.data());
+        if (behind % kPage >= kPage / 4)
+        {
+            return source;
+        }
+        passedOver.push_back(std::move(source));
+    }
+}
+
+/// The floor of the three functions that take a whole stream in.
+template <class Whole>
+Whole ReadWhole(FloorInput& stream)
+{
+    Whole buffer(kWholeSize, 0);
     stream.Read(reinterpret_cast<uint8_t*>(buffer.data()), kWholeSize);
     return buffer;
 }
@@ -72,13 +97,12 @@ void AddWholeStreamRows()
 
 void AddBufferRow()
 {
-    using Buffer = std::vector<uint8_t>;
     const auto writing = [](auto make, auto write)
     {
         return [=](State& state)
         {
-            std::string target;
-            const Buffer buffer(SampleBytes(), SampleBytes() + kWholeSize);
+            std::string target(kWholeSize, '\0');
+            const Buffer buffer = MakeSource(target);
             const auto stream = make(&target);
             Repeat(state,
                    [&]
