@@ -126,8 +126,10 @@ struct ByteStreams
 /// Takes over a connected socket and makes its two directions, each with a descriptor of its own.
 inline ByteStreams Split(int descriptor)
 {
+    const Tarsel::SP<AsioOutput> output(
+        new AsioOutput(descriptor));  // from here on the descriptor is closed in any case
     const int copy = Checked(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
-    return {Tarsel::SP<AsioInput>(new AsioInput(copy)), Tarsel::SP<AsioOutput>(new AsioOutput(descriptor))};
+    return {Tarsel::SP<AsioInput>(new AsioInput(copy)), output};
 }
 
 }  // namespace Examples
