@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 #include <unicode/locid.h>
+#include <unicode/timezone.h>
 
 #include <TarselFoundation/SystemDateServices.h>
 
@@ -31,12 +32,13 @@ struct FileCreationDate : testing::Test
     {
         UErrorCode status = U_ZERO_ERROR;
         icu::Locale::setDefault(icu::Locale(locale), status);
+        icu::TimeZone::adoptDefault(icu::TimeZone::createTimeZone("Asia/Tokyo"));  // which is not to matter
         ::setenv("TZ", zone, 1);
     }
 
-    static std::unique_ptr<IDateFormatter> MakeFormatter()
+    static std::unique_ptr<IDateFormatter> MakeFormatter(const std::string& pattern = "YYYY-MM-dd kk:mm:ss")
     {
-        return SystemDateServices().CreateDateFormatter("YYYY-MM-dd kk:mm:ss");
+        return SystemDateServices().CreateDateFormatter(pattern);
     }
 
     static std::string Format(Instant instant) { return MakeFormatter()->Format(instant).value_or("nothing"); }
@@ -133,6 +135,10 @@ TEST_F(FileCreationDate, CountsWeeksAndWritesDigitsAsTheLocaleDoesAndRoundsDown)
     EXPECT_EQ(Format({1735387200, 0}), "2024-12-28 12:00:00");
     EXPECT_EQ(Format({1735473600, 0}), "2025-12-29 12:00:00");  // Sunday, in the week of 1 January
     EXPECT_EQ(Format({-86400 * 10 - 1, 999999999}), "1969-12-21 23:59:59");
+    const auto fine = MakeFormatter("s.SSS");
+    EXPECT_EQ(fine->Format({-1, 250999999}), "59.250");
+    EXPECT_EQ(fine->Parse("7.250"), (Instant{7, 250000000}));
+    EXPECT_EQ(MakeFormatter("y S")->Parse("1969 5"), (Instant{-31536000, 500000000}));
     EXPECT_EQ(Format({100'000'000'000'000'000, 0}), "nothing");
     EXPECT_EQ(Format({1'000'000'000'000'000, 0}), "nothing");
     Use("UTC", "de_DE");

@@ -3,8 +3,10 @@
 #include <TarselFilesystem/ioPath.h>
 #include <TarselHash/MD5.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <execinfo.h>
 #include <filesystem>
 #include <sys/wait.h>
 #include <thread>
@@ -27,7 +29,10 @@ TEST(GetCallStack, NamesTheCallingThreadsFramesWithoutAnotherProcess)
     static volatile std::sig_atomic_t childEnded = 0;
     const auto previous = std::signal(SIGCHLD, [](int) { childEnded = 1; });
     // The first of the program's own calls, that of `main`, is made by the C library on the main thread only.
-    EXPECT_THAT(GetCallStack(), AllOf(HasSubstr("__libc_start_main"), Not(HasSubstr("GetCallStack"))));
+    const std::string frames = GetCallStack();
+    EXPECT_THAT(frames, AllOf(HasSubstr("__libc_start_main"), Not(HasSubstr("GetCallStack"))));
+    void* addresses[256];
+    EXPECT_EQ(std::count(frames.begin(), frames.end(), '\n'), ::backtrace(addresses, 256)) << frames;
     std::thread([] { EXPECT_THAT(GetCallStack(), Not(HasSubstr("__libc_start_main"))); }).join();
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
