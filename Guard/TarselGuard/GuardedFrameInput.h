@@ -27,8 +27,10 @@ enum class FrameEnd
 
 /// Stands between a CommunicationChannel, of either mode, and its input, for a peer that is not fully trusted:
 ///
-///     input = GuardedFrameInput::Create(input, 1'000'000, [](FrameEnd end) { ... });
-///     channel = CommunicationChannel::Create(input, output, true);
+/// ```cpp
+/// input = GuardedFrameInput::Create(input, 1'000'000, [](FrameEnd end) { ... });
+/// channel = CommunicationChannel::Create(input, output, true);
+/// ```
 ///
 /// It passes on whole frames only. Header and payload have both arrived before the channel gets the header; a frame
 /// that is too long or cut ends the stream instead, so that the channel's background loop ends cleanly and ReadHeader

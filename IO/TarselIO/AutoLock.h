@@ -8,9 +8,11 @@ namespace Tarsel
 
 /// Holds a lock for the length of a scope:
 ///
-///     AutoLock guard(stream.get());
-///     stream->SetPosition(offset);
-///     stream->Read(buffer, size);
+/// ```cpp
+/// AutoLock guard(stream.get());
+/// stream->SetPosition(offset);
+/// stream->Read(buffer, size);
+/// ```
 class TARSEL_EXPORT AutoLock
 {
 public:

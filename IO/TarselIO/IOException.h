@@ -10,7 +10,7 @@ namespace Tarsel::Core
 class TARSEL_EXPORT IOException : public virtual CoreException
 {
 public:
-    struct TagSeek;  ///< ioSize: the position that SetPosition was asked for
+    struct TagSeek;
 
     /// Without records; whoever throws attaches them.
     IOException();
@@ -19,7 +19,7 @@ public:
     ~IOException() noexcept override;
 };
 
-/// Short name of the record.
+/// The record of IOException::TagSeek: the position that SetPosition was asked for.
 using ErrorSeek = boost::error_info<IOException::TagSeek, ioSize>;
 
 }  // namespace Tarsel::Core

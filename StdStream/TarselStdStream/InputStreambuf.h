@@ -15,8 +15,10 @@ namespace Tarsel::Core
 
 /// Lets a std::istream read a seekable input stream:
 ///
-///     InputStreambuf buffer(DataInputFile::Create("words.txt"));
-///     std::istream words(&buffer);
+/// ```cpp
+/// InputStreambuf buffer(DataInputFile::Create("words.txt"));
+/// std::istream words(&buffer);
+/// ```
 ///
 /// It reads ahead, so the stream beneath stands further on than the istream: nobody else uses it meanwhile, and sync
 /// puts it where the istream is. The destructor does not. One thread at a time, as for any stream.

@@ -14,9 +14,11 @@ namespace Tarsel::Core
 
 /// Lets a std::ostream write a seekable output stream:
 ///
-///     OutputStreambuf buffer(DataOutputFile::Create("words.txt"));
-///     std::ostream words(&buffer);
-///     words << "one\n" << std::flush;
+/// ```cpp
+/// OutputStreambuf buffer(DataOutputFile::Create("words.txt"));
+/// std::ostream words(&buffer);
+/// words << "one\n" << std::flush;
+/// ```
 ///
 /// Bytes wait in the buffer until it is full, flushed or moved. The destructor writes the rest as well, but has no way
 /// to tell of a failure: flush first and look. After a failed write, what is buffered stays so; the next attempt
