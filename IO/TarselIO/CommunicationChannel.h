@@ -49,8 +49,9 @@ public:
     CommunicationChannel(SP<IByteDataInput> input, SP<IByteDataOutput> output, bool threaded);
 
     /// Asks the background thread to stop, calls the input's Cancel and waits for the thread: as long as the input's
-    /// Read blocks. An unread message is dropped. Must not run on the background thread, which means that a
-    /// handler must not drop the last reference: that ends the process with a FATAL line in the log.
+    /// Read blocks. What Cancel throws ends the process. An unread message is dropped. Must not run on the background
+    /// thread, which means that a handler must not drop the last reference: that ends the process with a FATAL line in
+    /// the log.
     ~CommunicationChannel() override;  // NOLINT(bugprone-exception-escape): see the source
 
     // IRefCountable
