@@ -89,6 +89,11 @@ void WriteValue(Writer& writer, std::uint64_t value, ioSize width)
     writer.WriteBits(static_cast<uint8_t>(value), width);
 }
 
+std::string Suffix(ioSize width)
+{
+    return ", " + std::to_string(width) + (width == 1 ? " bit" : " bits");
+}
+
 }  // namespace
 
 void AddBitRows()
@@ -96,15 +101,13 @@ void AddBitRows()
     const ioSize widths[] = {1, 3, 8, 12, 32, 64};
     for (const ioSize width : widths)
     {
-        AddRow({"bit reader, " + std::to_string(width) + " bits", kTarget},
+        AddRow({"bit reader" + Suffix(width), kTarget},
                Reading<Core::DataBitInput>(width, &Core::DataInputMemory::Create),
                Reading<FloorBitInput>(width, &MakeMemoryInput));
     }
     for (const ioSize width : widths)
     {
-        AddWriteRow("bit writer, " + std::to_string(width) + " bits",
-                    width,
-                    [=](auto& writer) { WriteValue(writer, kValue, width); });
+        AddWriteRow("bit writer" + Suffix(width), width, [=](auto& writer) { WriteValue(writer, kValue, width); });
     }
     AddWriteRow(NameWithSize("bit writer, WriteData", kBytesAtOnce),
                 8 * kBytesAtOnce,

@@ -111,8 +111,9 @@ void DrawChart(const Results& results, std::ostream& stream)
                  [&](const Row& row) { return results.Ratio(row.name, kLibrary, kFloor) != 0; });
     const double bottom = kTop + kLineHeight * static_cast<double>(rows.size());
     const double width = kLeft + kWidth + 20;
+    const double height = bottom + 10;
     stream << R"(<svg xmlns="http://www.w3.org/2000/svg" font-family="sans-serif" font-size="11" width=")" << width
-           << "\" height=\"" << bottom + 10 << "\">\n"
+           << "\" height=\"" << height << "\" viewBox=\"0 0 " << width << ' ' << height << "\">\n"
            << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n";
     DrawText(stream, 10, 16, "Time as a multiple of the hand-written floor's: further left is faster");
     DrawLegend(stream);
