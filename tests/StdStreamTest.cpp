@@ -114,15 +114,18 @@ TEST(StdStream, StandardStreamsWorkLikeOurs)
     EXPECT_EQ(target.str(), written);
     EXPECT_EQ(Thrown([&] { output->SetSize(1); }).description, "A standard stream cannot be cut");
 
-    std::ifstream folder("/");  // opens, but cannot be read
-    folder.exceptions(ios::badbit);
-    EXPECT_EQ(DataInputIstream::Create(&folder)->Read(Data(1), 1), 0);
+    const SP<ScriptedInput> broken(new ScriptedInput(kText));
+    broken->failing = {0};
+    InputStreambuf buffer(broken);
+    std::istream unreadable(&buffer);
+    unreadable.exceptions(ios::badbit);
+    EXPECT_EQ(DataInputIstream::Create(&unreadable)->Read(Data(1), 1), 0);
     std::ofstream full("/dev/full");
     const std::vector<uint8_t> large(100'000);
     EXPECT_EQ(Thrown([&] { DataOutputOstream::Create(&full)->Write(large.data(), large.size()); }).description,
               "The standard stream cannot be written");
-    EXPECT_TRUE(folder.bad() && full.bad());
-    EXPECT_EQ(Thrown([&] { DataInputIstream::Create(&folder); }).description,
+    EXPECT_TRUE(unreadable.bad() && full.bad());
+    EXPECT_EQ(Thrown([&] { DataInputIstream::Create(&unreadable); }).description,
               "The standard stream cannot be positioned");
 }
 
@@ -200,10 +203,13 @@ TEST(InputStreambuf, TurnsAFailureIntoBadbitAndKeepsIt)
     text.clear();
     EXPECT_TRUE(text >> word);
     EXPECT_EQ(word, "irst");
-    InputStreambuf folder(DataInputFile::Create("/"));  // which cannot be read, as the file stream does not tell
-    EXPECT_TRUE((std::istream(&folder) >> word).bad());
-    const Records failure = Thrown([&] { std::rethrow_exception(folder.Failure()); });
-    EXPECT_EQ(failure.filename, "/");
+    const TemporaryDirectory directory;
+    const std::string path = directory.File("shrinks", std::string(100'000, 'x'));
+    InputStreambuf file(DataInputFile::Create(path));
+    std::filesystem::resize_file(path, 0);  // of which the file stream does not tell, having read ahead a little
+    ASSERT_TRUE((std::istream(&file) >> word).bad());
+    const Records failure = Thrown([&] { std::rethrow_exception(file.Failure()); });
+    EXPECT_EQ(failure.filename, path);
     EXPECT_EQ(failure.description, "The stream ended before its size");
 }
 
