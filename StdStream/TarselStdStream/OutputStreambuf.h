@@ -28,8 +28,8 @@ namespace Tarsel::Core
 class TARSEL_EXPORT OutputStreambuf : public SeekableStreambuf
 {
 public:
-    /// Writes `stream`, which is not null, from where it stands, in pieces of at least `bufferSize` bytes. Throws what
-    /// allocation throws.
+    /// Writes `stream`, which is not null, from where it stands. Gathers up to `bufferSize` bytes for a write. Throws
+    /// what allocation throws.
     explicit OutputStreambuf(SP<IDataOutput> stream, std::size_t bufferSize = kDefaultBufferSize)
         : SeekableStreambuf(std::ios_base::out),
           m_stream(std::move(stream)),
