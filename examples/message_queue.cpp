@@ -132,8 +132,8 @@ void SendMessages(const Examples::ByteStreams& streams)
 {
     const SP<IDataChannel> channel = CommunicationChannel::Create(streams.input, streams.output, false);
     uint8_t ready = 0;
-    channel->Read(&ready, channel->ReadHeader());
-    for (ioSize number = 0; number < kCount; ++number)
+    const bool isReady = channel->ReadHeader() == sizeof(ready) && channel->Read(&ready, sizeof(ready)) != 0;
+    for (ioSize number = 0; isReady && number < kCount; ++number)
     {
         const Message message = MakeMessage(number);
         channel->Write(message.data(), message.size());
