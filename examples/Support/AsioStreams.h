@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <fcntl.h>
 #include <system_error>
+#include <unistd.h>
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/io_context.hpp>
@@ -36,8 +37,16 @@ inline int Checked(int result)
 class Transfers
 {
 public:
-    /// Takes over the descriptor.
-    explicit Transfers(int descriptor) : m_stream(m_context, descriptor) {}
+    /// Takes over the descriptor, also when something is thrown.
+    explicit Transfers(int descriptor)
+    try : m_stream(m_context, descriptor)
+    {
+    }
+    catch (...)
+    {
+        ::close(descriptor);
+        throw;
+    }
 
     /// Runs what `start(stream, condition, handler)` begins and returns how many bytes it moved.
     template <class Start>
