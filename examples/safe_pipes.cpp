@@ -83,13 +83,14 @@ pid_t SpawnClean(char* const* words)
     return child;
 }
 
-/// Forks a child that does without what it inherits: it closes all of it, releases no object and never returns.
+/// Forks a child that does without what it inherits: it closes all of it, releases no object and never returns. It may
+/// do only what a signal handler may, since locks of threads that it lacks stay locked.
 pid_t ForkClean()
 {
     const pid_t child = Check(::fork(), "fork");
     if (child == 0)
     {
-        ::close_range(STDERR_FILENO + 1, ~0U, 0);
+        ::closefrom(STDERR_FILENO + 1);
         ::pause();  // in place of the child's own work
         ::_exit(0);
     }
