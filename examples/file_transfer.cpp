@@ -139,7 +139,7 @@ void ReceiveFile(IDataChannel& channel, Examples::TargetFile& target)
     const MD5Digest digest = md5.Finish("");
     Examples::Send(channel, digest.bytes.data(), digest.bytes.size());
     inbox.Receive(message);
-    if (Kind(message[0]) != Kind::Keep)  // the sender has died while it sent that
+    if (Kind(message[0]) != Kind::Keep)  // no sender of ours says anything else
     {
         throw Examples::PeerGone();
     }
