@@ -50,7 +50,7 @@ struct Model
         ended = true;
         ioSize length = 0;
         std::string whole(kHeaderSize, '\0');
-        const ioSize count = source.Read(reinterpret_cast<uint8_t*>(whole.data()), kHeaderSize);
+        const ioSize count = ReadSource(whole.data(), kHeaderSize);
         whole.copy(reinterpret_cast<char*>(&length), kHeaderSize);
         if (count != kHeaderSize)
         {
@@ -64,7 +64,7 @@ struct Model
         {
             block.assign(length, '\0');
         }
-        if (length != 0 && source.Read(reinterpret_cast<uint8_t*>(block.data()), length) != length)
+        if (length != 0 && ReadSource(block.data(), length) != length)
         {
             return End(FrameEnd::CutPayload);
         }
@@ -72,6 +72,19 @@ struct Model
         ended = false;
         ends += length == 0 ? std::to_string(static_cast<int>(FrameEnd::Farewell)) : "";
         return whole;
+    }
+
+    ioSize ReadSource(char* data, ioSize size)
+    {
+        try
+        {
+            return source.Read(reinterpret_cast<uint8_t*>(data), size);
+        }
+        catch (...)
+        {
+            End(FrameEnd::Failure);
+            throw;
+        }
     }
 
     std::string End(FrameEnd end)

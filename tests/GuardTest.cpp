@@ -134,11 +134,15 @@ TEST_F(Guard, HoldsNoMoreThanTheLimit)
 TEST_F(Guard, LetsExceptionsThroughAndEnds)
 {
     const SP<Source> source(new Source(Frame("abc") + Frame("def")));
-    source->failing = {1};
-    Open(source);
-    EXPECT_THROW(Read(8), std::runtime_error);
-    EXPECT_EQ(Read(8), "");
-    EXPECT_THAT(ends, ElementsAre());
+    for (const unsigned call : {0U, 1U})
+    {
+        source->reads.clear();
+        source->failing = {call};
+        Open(source);
+        EXPECT_THROW(Read(8), std::runtime_error);
+        EXPECT_EQ(Read(8), "");
+    }
+    EXPECT_THAT(ends, ElementsAre(FrameEnd::Failure, FrameEnd::Failure));
     input = GuardedFrameInput::Create(source, 0, [](FrameEnd) { throw std::logic_error(""); });
     EXPECT_THROW(Read(8), std::logic_error);
     EXPECT_EQ(Read(8), "");

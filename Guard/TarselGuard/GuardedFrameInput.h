@@ -22,7 +22,8 @@ enum class FrameEnd
     EndOfStream,  ///< the source gave nothing where a frame could have begun
     CutHeader,    ///< the source gave only some of the 8 bytes of a length
     OverLimit,    ///< a frame was announced that is longer than the program allows
-    CutPayload    ///< the source gave less than the announced length
+    CutPayload,   ///< the source gave less than the announced length
+    Failure       ///< the source has thrown, or there was no memory for a frame within the limit
 };
 
 /// Stands between a CommunicationChannel, of either mode, and its input, for a peer that is not fully trusted:
@@ -75,8 +76,8 @@ public:
 
     /// Returns the next bytes of the frame, at most to the end of its header or of its payload. At the end of a frame
     /// it first waits for the whole next one. 0 after the stream has ended; only an empty frame does not end it. What
-    /// the source throws, and std::bad_alloc when there is no memory for a frame within the limit, passes through and
-    /// ends the stream without a call of the handler.
+    /// the source throws, and std::bad_alloc when there is no memory for a frame within the limit, passes through once
+    /// the handler has returned.
     ioSize Read(uint8_t* data, ioSize size) override
     {
         const bool frameIsDone = m_handedOn >= kHeaderSize && m_handedOn - kHeaderSize == m_length;
@@ -109,7 +110,7 @@ private:
             return false;
         }
         ioSize length = 0;
-        const ioSize headerSize = m_source->Read(AsBytes(length), kHeaderSize);
+        const ioSize headerSize = TellingFailures([&] { return m_source->Read(AsBytes(length), kHeaderSize); });
         if (headerSize != kHeaderSize)
         {
             return End(headerSize == 0 ? FrameEnd::EndOfStream : FrameEnd::CutHeader);
@@ -118,7 +119,7 @@ private:
         {
             return End(FrameEnd::OverLimit);
         }
-        if (!FetchPayload(length))
+        if (!TellingFailures([&] { return FetchPayload(length); }))
         {
             return End(FrameEnd::CutPayload);
         }
@@ -142,6 +143,21 @@ private:
             m_capacity = length;
         }
         return length == 0 || m_source->Read(m_payload.get(), length) == length;
+    }
+
+    /// The result of `action`; the program hears of it if that throws.
+    template <class Action>
+    auto TellingFailures(Action action) -> decltype(action())
+    {
+        try
+        {
+            return action();
+        }
+        catch (...)
+        {
+            End(FrameEnd::Failure);
+            throw;
+        }
     }
 
     bool End(FrameEnd end)
