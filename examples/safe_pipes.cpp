@@ -1,5 +1,6 @@
 // The recipes of docs/safety.md at work on real pipes and processes. Prints a line for each claim that it has proved.
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
@@ -68,14 +69,14 @@ pid_t SpawnClean(char* const* words)
     ::sigemptyset(&restored);
     ::sigaddset(&restored, SIGPIPE);
     posix_spawnattr_t attributes;
-    ::posix_spawnattr_init(&attributes);
-    ::posix_spawnattr_setsigdefault(&attributes, &restored);
-    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     posix_spawn_file_actions_t files;
-    ::posix_spawn_file_actions_init(&files);
-    ::posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+    int error = std::max({::posix_spawnattr_init(&attributes),
+                          ::posix_spawnattr_setsigdefault(&attributes, &restored),
+                          ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF),
+                          ::posix_spawn_file_actions_init(&files),
+                          ::posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1)});
     pid_t child = 0;
-    const int error = ::posix_spawn(&child, words[0], &files, &attributes, words, environ);
+    error = error != 0 ? error : ::posix_spawn(&child, words[0], &files, &attributes, words, environ);
     ::posix_spawn_file_actions_destroy(&files);
     ::posix_spawnattr_destroy(&attributes);
     errno = error;

@@ -43,11 +43,15 @@ constexpr std::array<uint8_t, 5> kMessage = {'h', 'e', 'l', 'l', 'o'};
 class SilentPeer
 {
 public:
-    explicit SilentPeer(int descriptor) : m_process(Examples::Checked(::fork()))
+    explicit SilentPeer(int descriptor) : m_parent(::getpid()), m_process(Examples::Checked(::fork()))
     {
         if (m_process == 0)
         {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            if (::getppid() != m_parent)  // it ended before the line above
+            {
+                ::_exit(0);
+            }
             const SP<IByteDataOutput> output(new Examples::AsioOutput(descriptor));
             CommunicationChannel::Create(DataInputFF::Create(""), output, false)
                 ->Write(kMessage.data(), kMessage.size());
@@ -68,6 +72,7 @@ public:
     bool IsAlive() const { return ::waitpid(m_process, nullptr, WNOHANG) == 0; }
 
 private:
+    pid_t m_parent;
     pid_t m_process;
 };
 
