@@ -22,7 +22,8 @@ using benchmark::State;
 using Buffer = std::vector<uint8_t>;
 
 /// The bytes that are to be written into `target`. A copy takes a third longer where the target begins, as an offset
-/// within a page, a little behind its source. Sources that lie like that are passed over.
+/// within a page, a little behind its source. Sources that lie like that are passed over. The peers keep their
+/// targets to themselves and write the sample from where it is.
 Buffer MakeSource(const std::string& target)
 {
     constexpr ioSize kPage = 4096;

@@ -230,14 +230,14 @@ enum class Mode
 template <Mode ChannelMode>
 void Talks(Stage& stage)
 {
-    constexpr bool Threaded = ChannelMode != Mode::Direct;
+    constexpr bool kThreaded = ChannelMode != Mode::Direct;
     SP<IByteDataInput> input = DataInputPipe::Create(stage.incoming, true);
     if (ChannelMode == Mode::Guarded)
     {
         input = GuardedFrameInput::Create(input, kSize, [](FrameEnd /*end*/) {});
     }
     const auto output = DataOutputPipe::Create(stage.outgoing, true);
-    const auto channel = CommunicationChannel::Create(input, output, Threaded);
+    const auto channel = CommunicationChannel::Create(input, output, kThreaded);
     const auto wait = [&stage](const auto& condition)
     {
         while (!condition() && !stage.ReadingFailed())
@@ -245,11 +245,11 @@ void Talks(Stage& stage)
             std::this_thread::yield();
         }
     };
-    Threaded ? wait([&] { return channel->IsDataAvaliable(); }) : stage.Saw("length", channel->ReadHeader());
+    kThreaded ? wait([&] { return channel->IsDataAvaliable(); }) : stage.Saw("length", channel->ReadHeader());
     stage.Got(!stage.ReadingFailed() ? channel->Read(stage.buffer, kSize) : 0);
     const ioSize count = channel->Write(stage.Data(), kSize);
     stage.Wrote(count, count);
-    int left = Threaded ? 1 : 0;  // every run is to read the farewell, too
+    int left = kThreaded ? 1 : 0;  // every run is to read the farewell, too
     wait([&] { return left == 0 || (::ioctl(stage.inputsEnd, FIONREAD, &left) == 0 && left == 0); });
 }
 
