@@ -59,7 +59,7 @@ Options TakeOptions(int& argc, char** argv)
                 return true;
             }
         }
-        const auto flag = std::find_if(
+        const auto* const flag = std::find_if(
             std::begin(flags), std::end(flags), [&](const auto& entry) { return argument == entry.first; });
         if (flag == std::end(flags))
         {

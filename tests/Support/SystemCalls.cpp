@@ -267,7 +267,7 @@ __attribute__((noinline)) void operator delete(void* block, std::size_t /*size*/
 }
 
 // The names are given, and the parameters say what the system's headers abbreviate.
-// NOLINTBEGIN(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
+// NOLINTBEGIN(readability-identifier-naming,readability-inconsistent-declaration-parameter-name,bugprone-reserved-identifier)
 #ifndef KITIO_SANITIZERS_ALLOCATOR
 // The C library keeps its own under other names, for programs with a malloc of theirs.
 extern "C" void* __libc_malloc(size_t size);
@@ -303,6 +303,7 @@ extern "C" int open(const char* path, int flags, ...)
 {
     std::va_list more;
     va_start(more, flags);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is, by the line above
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(more, mode_t) : 0;
     va_end(more);
     const auto call = [=](size_t) { return SYSTEMS(open)(path, flags, mode); };
@@ -390,4 +391,4 @@ SWEPT_CALL(
     int, pthread_create, errno, (pthread_t * id, const pthread_attr_t* how, Run* run, void* on), id, how, run, on)
 SWEPT_CALL(int, pthread_mutex_init, errno, (pthread_mutex_t * mutex, const pthread_mutexattr_t* how), mutex, how)
 SWEPT_CALL(int, pthread_cond_init, errno, (pthread_cond_t * condition, const pthread_condattr_t* how), condition, how)
-// NOLINTEND(readability-identifier-naming,readability-inconsistent-declaration-parameter-name)
+// NOLINTEND(readability-identifier-naming,readability-inconsistent-declaration-parameter-name,bugprone-reserved-identifier)
