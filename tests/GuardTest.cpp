@@ -76,6 +76,9 @@ TEST_F(Guard, HandsOnAFrameOnceItIsWhole)
     EXPECT_THAT(source->reads, ElementsAre(8, 6, 8, 8, 3));
     input->Cancel();
     EXPECT_EQ(source->cancels, 1);
+    Open(SP<Source>(new Source(Frame("x"))));
+    EXPECT_EQ(Read(8), Frame("", 1));
+    EXPECT_EQ(Read(8), "x");
 }
 
 // What follows a frame of the greatest length, and as what it counts.
