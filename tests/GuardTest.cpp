@@ -65,11 +65,13 @@ TEST_F(Guard, HandsOnAFrameOnceItIsWhole)
     const SP<Source> source(new Source(Frame("abcdef") + Frame("") + Frame("xyz")));
     Open(source);
     EXPECT_EQ(Read(0), "");
+    EXPECT_THAT(source->reads, ElementsAre());
     EXPECT_EQ(Read(3), "\6\0\0"s);
     EXPECT_THAT(source->reads, ElementsAre(8, 6));
     EXPECT_EQ(Read(100), "\0\0\0\0\0"s) << "no header with a payload";
     EXPECT_EQ(Read(4), "abcd");
-    EXPECT_EQ(Read(100), "ef");
+    EXPECT_EQ(Read(1), "e");
+    EXPECT_EQ(Read(100), "f");
     EXPECT_EQ(Read(8), Frame(""));
     EXPECT_THAT(ends, ElementsAre(FrameEnd::Farewell)) << "after which a direct channel may go on";
     EXPECT_EQ(Read(8), Frame("", 3));
