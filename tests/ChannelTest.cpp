@@ -72,6 +72,7 @@ class BlockingInput : public DataInputFF
 public:
     std::atomic<bool> obeysCancel = true;
     std::atomic<int> cancels = 0;
+    std::function<void()> atCancel = [] {};
     std::atomic<ThreadData*> thread = nullptr;  // the latest that has read
 
     BlockingInput() : DataInputFF("") {}
@@ -99,6 +100,7 @@ public:
     {
         boost::this_thread::interruption_point();  // as anything may have that waits
         ++cancels;
+        atCancel();
         Give(std::vector<Step>(obeysCancel ? 1 : 0));
     }
     Sizes Requests()
@@ -308,6 +310,15 @@ TEST_F(ThreadedChannel, TakesAMessageThatIsThereAlready)
             EXPECT_EQ(Receive(3), "abc");
         }
     }
+}
+
+TEST_F(ThreadedChannel, AsksItsThreadToStopBeforeItCancelsTheInput)
+{
+    Await([&] { return m_input->Requests().size() == 1; });
+    bool asked = false;
+    m_input->atCancel = [&] { asked = m_input->thread.load()->interrupt_requested; };
+    m_channel = nullptr;
+    EXPECT_TRUE(asked);
 }
 
 TEST_F(ThreadedChannel, WakesOneReaderAfterAnotherWhileBytesRemain)
