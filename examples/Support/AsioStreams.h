@@ -135,8 +135,8 @@ struct ByteStreams
 /// Takes over a connected socket and makes its two directions, each with a descriptor of its own.
 inline ByteStreams Split(int descriptor)
 {
-    const Tarsel::SP<AsioOutput> output(
-        new AsioOutput(descriptor));  // from here on the descriptor is closed in any case
+    // First, so that the descriptor has an owner before anything else can fail.
+    const Tarsel::SP<AsioOutput> output(new AsioOutput(descriptor));
     const int copy = Checked(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
     return {Tarsel::SP<AsioInput>(new AsioInput(copy)), output};
 }
