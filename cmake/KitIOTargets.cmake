@@ -82,22 +82,35 @@ function(kitio_add_library target)
     kitio_install_library(${target})
 endfunction()
 
-# kitio_add_header_library(<target> [EXPORT_NAME <name>] HEADERS <public header>...)
-# Nothing to build. Users link KitIO::<name>, by default that of the target.
+# kitio_add_header_library(<target> [EXPORT_NAME <name>] [BASE_DIR <directory>] HEADERS <public header>...)
+# Nothing to build. Users link KitIO::<name>, by default that of the target. The headers are given, and included, by
+# their paths from the base directory, by default the current one.
 function(kitio_add_header_library target)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORT_NAME" "HEADERS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORT_NAME;BASE_DIR" "HEADERS")
     if(NOT arg_EXPORT_NAME)
         set(arg_EXPORT_NAME ${target})
     endif()
+    set(base_dir "${CMAKE_CURRENT_SOURCE_DIR}/${arg_BASE_DIR}")
+    list(TRANSFORM arg_HEADERS PREPEND "${base_dir}/")
     add_library(${target} INTERFACE)
     add_library(KitIO::${arg_EXPORT_NAME} ALIAS ${target})
     target_sources(${target} INTERFACE
-        FILE_SET HEADERS BASE_DIRS "${CMAKE_CURRENT_SOURCE_DIR}" FILES ${arg_HEADERS})
+        FILE_SET HEADERS BASE_DIRS "${base_dir}" FILES ${arg_HEADERS})
     target_compile_features(${target} INTERFACE cxx_std_17)
     set_target_properties(${target} PROPERTIES
         EXPORT_NAME ${arg_EXPORT_NAME}
         VERIFY_INTERFACE_HEADER_SETS ${KitIO_IS_TOP_LEVEL})
     kitio_install_library(${target})
+endfunction()
+
+# kitio_add_bridge(<name> HEADERS <public header in <name>/Tarsel<name>/>... [LINKS <target>...])
+# An optional, header-only library over the core: the target KitIO::<name>, which is the component <name> of the package
+# KitIO. LINKS is what its headers need beside the core.
+function(kitio_add_bridge name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;LINKS")
+    list(TRANSFORM arg_HEADERS PREPEND "Tarsel${name}/")
+    kitio_add_header_library(Kit${name} EXPORT_NAME ${name} BASE_DIR ${name} HEADERS ${arg_HEADERS})
+    target_link_libraries(Kit${name} INTERFACE KitIO ${arg_LINKS})
 endfunction()
 
 # kitio_install_library(<target>): makes a library, or one that is all headers, part of the installation and so a

@@ -2,10 +2,14 @@
 # Sourced by the other scripts: goes to the repository's root, from wherever the script was called.
 cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." || exit
 
+# Where the core's public headers are included from, and those of the bridges.
+core_roots=(Export Pointer Filesystem Exception Hash Foundation IO)
+bridge_roots=(Bridges/*/)
+bridge_roots=("${bridge_roots[@]%/}")
+
 # Prints a path for each file of ours that a compiler reads, each ended by a zero byte.
 our_sources() {
-    find Export Pointer Filesystem Exception Hash Foundation IO StdStream Guard tests examples bench fuzz \
-        -type f \( -name '*.h' -o -name '*.cpp' \) -print0
+    find "${core_roots[@]}" Bridges tests examples bench fuzz -type f \( -name '*.h' -o -name '*.cpp' \) -print0
 }
 
 # quietly <headline> <command>...: shows one line; the command's own output only when it fails.
