@@ -130,6 +130,43 @@ TEST(StdStream, StandardStreamsWorkLikeOurs)
               "The standard stream cannot be positioned");
 }
 
+// Moves at most two bytes at a time, as a buffer over a device may.
+struct SlowBuffer : std::stringbuf
+{
+    using std::stringbuf::stringbuf;
+    std::streamsize xsgetn(char* data, std::streamsize size) override
+    {
+        return std::stringbuf::xsgetn(data, std::min<std::streamsize>(size, 2));
+    }
+    std::streamsize xsputn(const char* data, std::streamsize size) override
+    {
+        return std::stringbuf::xsputn(data, std::min<std::streamsize>(size, 2));
+    }
+};
+
+TEST(StdStream, StandardStreamsThatMoveInPartsLoseNothing)
+{
+    SlowBuffer buffer(kText);
+    std::iostream stream(&buffer);
+    const SP<IDataInput> input = DataInputIstream::Create(&stream);
+    for (const ioSize size : {1U, 5U, 2U, 100U})
+    {
+        const ioSize position = input->GetPosition();
+        const std::string expected = kText.substr(position, size);
+        EXPECT_EQ(input->Read(Data(100), size), expected.size());
+        EXPECT_EQ(bytes.substr(0, expected.size()), expected);
+        EXPECT_EQ(input->GetPosition(), position + expected.size());
+    }
+    const SP<IDataOutput> output = DataOutputOstream::Create(&stream);
+    for (const std::string& text : {"a", "bcdef", "gh"})
+    {
+        EXPECT_EQ(output->Write(reinterpret_cast<const uint8_t*>(text.data()), text.size()), text.size());
+    }
+    output->SetSize(kText.size() + 3);
+    EXPECT_EQ(output->GetPosition(), 8);
+    EXPECT_EQ(buffer.str(), "abcdefgh" + kText.substr(8) + std::string(3, '\0'));
+}
+
 template <class Stream>
 void ExpectTheRestOfAStream(const SP<Stream>& stream)
 {
@@ -181,6 +218,24 @@ TEST(StdStream, SmallPiecesAreMovedTogetherAndLargeOnesPastTheBuffer)
     EXPECT_EQ(output.sputn(data, 5), 5);
     EXPECT_THAT(target->writes, testing::ElementsAre(4, 4, 5));
     EXPECT_EQ(output.pubsync(), 0);
+}
+
+TEST(StdStream, MovesNothingForACountOfNothingOrLess)
+{
+    InputStreambuf input(DataInputString::Create(&kText));
+    std::string written;
+    OutputStreambuf output(DataOutputString::Create(&written));
+    EXPECT_EQ(input.sbumpc() + output.sputc('x'), 'f' + 'x');
+    char data[100] = {};
+    for (const std::streamsize count : {std::streamsize{0}, std::streamsize{-1}, std::numeric_limits<long>::min()})
+    {
+        EXPECT_EQ(input.sgetn(data, count) + output.sputn(data, count), 0);
+        EXPECT_EQ(input.in_avail(), kText.size() - 1);
+    }
+    EXPECT_EQ(std::istream(&input).read(data, -1).gcount(), 0);
+    EXPECT_EQ(output.sputc('y') + output.pubsync(), 'y');
+    EXPECT_EQ(written, "xy");
+    EXPECT_EQ(input.sbumpc(), 'i');
 }
 
 // Writes and reads a word at a position that takes more than 32 bits, through each of the four classes.
@@ -272,6 +327,29 @@ TEST(OutputStreambuf, BeginsAgainAfterAFailure)
     text << "abc";
     EXPECT_TRUE(text.seekp(0).fail());
     EXPECT_THROW(std::rethrow_exception(buffer.Failure()), std::runtime_error);
+}
+
+TEST(OutputStreambuf, WritesWhereItWasAfterASeekThatFailedHalfway)
+{
+    struct Target : ScriptedOutput
+    {
+        bool seeksFail = false;
+        void SetPosition(ioSize position) override
+        {
+            ScriptedOutput::SetPosition(position);
+            seeksFail ? throw std::runtime_error("seek") : void();
+        }
+    };
+    const SP<Target> target(new Target);
+    OutputStreambuf buffer(target);
+    std::ostream text(&buffer);
+    text << "abc" << std::flush;
+    target->seeksFail = true;
+    EXPECT_TRUE(text.seekp(0).fail());
+    target->seeksFail = false;
+    text.clear();
+    text << "d" << std::flush;
+    EXPECT_EQ(target->bytes, "abcd");
 }
 
 }  // namespace

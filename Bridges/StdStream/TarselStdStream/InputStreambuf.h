@@ -50,9 +50,13 @@ protected:
         return gptr() == egptr() ? traits_type::eof() : traits_type::to_int_type(*gptr());
     }
 
-    /// What is at least as large as the buffer goes past it.
+    /// What is at least as large as the buffer goes past it. A `size` of 0 or less moves nothing.
     std::streamsize xsgetn(char* target, std::streamsize size) override
     {
+        if (size <= 0)
+        {
+            return 0;
+        }
         std::streamsize done = TakeBuffered(target, size);
         for (std::streamsize count = 1; count != 0 && done != size; done += count)
         {

@@ -56,9 +56,13 @@ protected:
         return traits_type::not_eof(byte);
     }
 
-    /// What is larger than the buffer goes past it.
+    /// What is larger than the buffer goes past it. A `size` of 0 or less moves nothing.
     std::streamsize xsputn(const char* data, std::streamsize size) override
     {
+        if (size <= 0)
+        {
+            return 0;
+        }
         if (size > epptr() - pptr())
         {
             Drain();
