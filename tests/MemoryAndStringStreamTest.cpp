@@ -76,12 +76,19 @@ TEST_P(InMemoryInput, ReadsWhatRemainsAndRefusesAPositionPastTheEnd)
     EXPECT_EQ(Read(*m_stream, 2), "\xE9");
 }
 
+// UndefinedBehaviorSanitizer watches that no pointer into a missing block is formed.
 TEST(DataInputMemory, NeedsNoBlockForNoBytes)
 {
-    const SP<IDataInput> stream = DataInputMemory::Create(nullptr, 0);
-    stream->SetPosition(0);
-    EXPECT_EQ(Read(*stream, kMost), "");
-    ExpectRefusal(*stream, 1, "DataInputMemory");
+    for (const ioSize size : {0U, 5U})
+    {
+        const SP<IDataInput> stream = DataInputMemory::Create(nullptr, size);
+        stream->SetPosition(0);
+        EXPECT_EQ(Read(*stream, 0), "");
+        stream->SetPosition(size);
+        EXPECT_EQ(Read(*stream, kMost), "");
+        EXPECT_EQ(stream->GetSize(), size);
+        ExpectRefusal(*stream, size + 1, "DataInputMemory");
+    }
 }
 
 TEST(DataInputString, FollowsTheLengthOfItsString)

@@ -26,6 +26,10 @@ TARSEL_IMPLEMENT_REFCOUNT(DataInputMemory, m_refCount);
 ioSize DataInputMemory::Read(uint8_t* data, ioSize size)
 {
     const ioSize count = std::min(size, m_size - m_position);
+    if (count == 0)  // there may be no block to point into
+    {
+        return 0;
+    }
     const uint8_t* const from = m_data + m_position;
     m_position += count;
     return CopyBytes(data, from, count);
