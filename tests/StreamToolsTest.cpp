@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
 
 #include "Support/ScriptedStreams.h"
 
@@ -86,4 +88,19 @@ TEST(StreamTools, WriteABufferOnceAndAsItLies)
     EXPECT_THAT(output.writes, ElementsAre(4, 4, 0, 0));
     output.result = 2;
     EXPECT_EQ(BufferToStream(bytes, &output) + BufferToStream(text, &output), 4U) << "what Write returned";
+}
+
+TEST(StreamTools, LeaveTheCallersErrorsOfOpenSslAlone)
+{
+    const SP<ScriptedInput> stream(new ScriptedInput("abc"));
+    for (const bool hasOwn : {false, true})
+    {
+        hasOwn ? ERR_raise(ERR_LIB_USER, 1) : ERR_clear_error();
+        MD5Generate(stream, "");
+        ASSERT_EQ(EVP_set_default_properties(nullptr, "fips=yes"), 1);  // of which MD5 is no part
+        EXPECT_THROW(MD5Generate(stream, ""), std::runtime_error);
+        ASSERT_EQ(EVP_set_default_properties(nullptr, ""), 1);
+        EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), hasOwn ? 1 : 0);
+        EXPECT_EQ(ERR_get_error(), 0U);
+    }
 }

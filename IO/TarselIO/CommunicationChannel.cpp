@@ -19,16 +19,24 @@ namespace
 
 using Lock = boost::unique_lock<boost::mutex>;
 
-/// Wakes one waiter of a condition at the end of a scope, however that is left.
-class NotifyOnExit
+/// Unlocks, then wakes one waiter. In this order the waiter finds the mutex free and does not fall asleep once more.
+void UnlockAndNotify(Lock& lock, boost::condition_variable& condition)
+{
+    lock.unlock();
+    condition.notify_one();
+}
+
+/// Does so at the end of a scope, even if that is left by an exception.
+class UnlockAndNotifyOnExit
 {
 public:
-    explicit NotifyOnExit(boost::condition_variable& condition) : m_condition(condition) {}
-    ~NotifyOnExit() { m_condition.notify_one(); }
-    NotifyOnExit(const NotifyOnExit&) = delete;
-    NotifyOnExit& operator=(const NotifyOnExit&) = delete;
+    UnlockAndNotifyOnExit(Lock& lock, boost::condition_variable& condition) : m_lock(lock), m_condition(condition) {}
+    ~UnlockAndNotifyOnExit() { UnlockAndNotify(m_lock, m_condition); }
+    UnlockAndNotifyOnExit(const UnlockAndNotifyOnExit&) = delete;
+    UnlockAndNotifyOnExit& operator=(const UnlockAndNotifyOnExit&) = delete;
 
 private:
+    Lock& m_lock;
     boost::condition_variable& m_condition;
 };
 
@@ -117,24 +125,22 @@ ioSize CommunicationChannel::Read(uint8_t* data, ioSize size)
     WaitForMessage(lock);
     if (!m_dataAvailable)
     {
-        // The channel is being destroyed, which wakes one reader; the others are to end as well.
+        // The channel is being destroyed, which wakes one reader; the others are to end as well. It may be gone once
+        // this reader has unlocked it.
         m_readerCondition.notify_one();
         return 0;
     }
     const ioSize count = std::min<ioSize>(size, m_message.size() - m_readPosition);
     CopyBytes(data, m_message.data() + m_readPosition, count);
     m_readPosition += count;
-    if (m_readPosition == m_message.size())
+    const bool taken = m_readPosition == m_message.size();
+    if (taken)
     {
         m_dataAvailable = false;
-        m_threadCondition.notify_one();
         m_readPosition = 0;
     }
-    else
-    {
-        // A stored message wakes one reader only; whoever leaves some of it passes that on.
-        m_readerCondition.notify_one();
-    }
+    // A stored message wakes one reader only; a reader that leaves some of it passes that on.
+    UnlockAndNotify(lock, taken ? m_threadCondition : m_readerCondition);
     return count;
 }
 
@@ -225,10 +231,10 @@ void CommunicationChannel::ReceiveMessages()
 
 void CommunicationChannel::StoreMessage(const std::vector<uint8_t>& message)
 {
-    const Lock lock(m_mutex);
-    m_message = message;
+    Lock lock(m_mutex);
+    m_message = message;  // when there is no memory for that, nothing is pending and nobody is woken
     m_dataAvailable = true;
-    const NotifyOnExit wakeReader(m_readerCondition);
+    const UnlockAndNotifyOnExit wakeReader(lock, m_readerCondition);  // also when the handler throws
     if (m_handler != nullptr)
     {
         m_handler->OnDataAvailable(message.size());

@@ -11,6 +11,7 @@
 #include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <map>
 #include <new>
 #include <optional>
@@ -252,16 +253,40 @@ __attribute__((noinline)) void* operator new(std::size_t size)
 {
     const auto call = [=] { return std::malloc(size); };
     void* const block = size > ThisThreadsMemory().largest ? nullptr : kOwnMalloc ? call() : Allocate(call);
-    return block != nullptr ? block : throw std::bad_alloc();
+    if (block == nullptr)
+    {
+        throw std::bad_alloc();
+    }
+    MemoryLimits& memory = ThisThreadsMemory();
+    memory.inUse += ::malloc_usable_size(block);
+    memory.peak = std::max(memory.peak, memory.inUse);
+    return block;
 }
 
 __attribute__((noinline)) void operator delete(void* block) noexcept
 {
+    ThisThreadsMemory().inUse -= ::malloc_usable_size(block);
     liveBlocks -= !kOwnMalloc && block != nullptr ? 1 : 0;
     std::free(block);
 }
 
 __attribute__((noinline)) void operator delete(void* block, std::size_t /*size*/) noexcept
+{
+    ::operator delete(block);
+}
+
+// Sanitizers bring their own, which would not come by here.
+void* operator new[](std::size_t size)
+{
+    return ::operator new(size);
+}
+
+void operator delete[](void* block) noexcept
+{
+    ::operator delete(block);
+}
+
+void operator delete[](void* block, std::size_t /*size*/) noexcept
 {
     ::operator delete(block);
 }

@@ -60,10 +60,13 @@ public:
     std::vector<std::string> Take();
 };
 
-/// What C++ code on this thread may ask of the heap: a larger block fails with std::bad_alloc.
+/// What C++ code on this thread may ask of the heap, where a larger block fails with std::bad_alloc, and what it has
+/// asked for.
 struct MemoryLimits
 {
     std::size_t largest = static_cast<std::size_t>(-1);
+    std::size_t inUse = 0;  // bytes that it has got and not given back
+    std::size_t peak = 0;   // the most that this has been
 };
 MemoryLimits& ThisThreadsMemory();
 

@@ -1,0 +1,157 @@
+#include <TarselIO/CommunicationChannel.h>
+
+#include <atomic>
+#include <chrono>
+#include <dlfcn.h>
+#include <future>
+#include <pthread.h>
+#include <thread>
+
+#include <boost/thread/scoped_thread.hpp>
+#include <boost/thread/thread.hpp>
+#include <gmock/gmock.h>
+
+#include <TarselGuard/GuardedFrameInput.h>
+#include <TarselIO/DataInputString.h>
+#include <TarselIO/DataOutputFF.h>
+
+#include "Support/LogCapture.h"
+#include "Support/SystemCalls.h"
+
+using namespace Tarsel::Core;
+using Tarsel::SP;
+using testing::ElementsAre;
+
+namespace
+{
+
+constexpr std::chrono::seconds kDeadline(20);
+constexpr ioSize kLarge = ioSize{1} << 20;
+
+std::string Frame(ioSize length)
+{
+    return std::string(reinterpret_cast<const char*>(&length), sizeof length) + std::string(length, 'x');
+}
+
+// Fails the test if that does not come about.
+void Await(const std::atomic<bool>& condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+    while (!condition)
+    {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        std::this_thread::yield();
+    }
+}
+
+// Leaves the thread that reads no memory for what follows a payload.
+struct StarvingInput : DataInputString
+{
+    using DataInputString::DataInputString;
+    ioSize Read(uint8_t* data, ioSize size) override
+    {
+        ThisThreadsMemory().largest = size == kLarge ? kLarge - 1 : MemoryLimits().largest;
+        return DataInputString::Read(data, size);
+    }
+};
+
+TEST(ChannelFaults, HasNoMessageThatThereIsNoMemoryToStore)
+{
+    const std::string frame = Frame(kLarge);
+    LogCapture log;
+    std::promise<void> logged;
+    log.When("A communication channel stops reading because of an exception. ", [&] { logged.set_value(); });
+    const auto channel =
+        CommunicationChannel::Create(SP<IByteDataInput>(new StarvingInput(&frame)), DataOutputFF::Create(""), true);
+    ASSERT_EQ(logged.get_future().wait_for(kDeadline), std::future_status::ready);
+    EXPECT_FALSE(channel->IsDataAvaliable());
+    EXPECT_THAT(log.Take(), ElementsAre(testing::Field(&LogLine::text, testing::HasSubstr("bad_alloc"))));
+}
+
+TEST(GuardFaults, HoldsOnePayloadAtATime)
+{
+    const std::string frames = Frame(kLarge) + Frame(2 * kLarge);
+    const auto guard = GuardedFrameInput::Create(DataInputString::Create(&frames), 2 * kLarge, nullptr);
+    std::vector<uint8_t> message(kLarge);
+    MemoryLimits& memory = ThisThreadsMemory();
+    memory.inUse = memory.peak = 0;
+    for (const ioSize size : {ioSize{8}, kLarge, ioSize{8}})
+    {
+        EXPECT_EQ(guard->Read(message.data(), size), size);
+    }
+    EXPECT_GE(memory.peak, 2 * kLarge);
+    EXPECT_LT(memory.peak, 3 * kLarge);
+}
+
+// ThreadSanitizer has a pthread_mutex_lock of its own, which has to stay.
+#ifndef KITIO_SANITIZER_WATCHES_MUTEXES
+
+// Holds a thread up at one of the mutexes that it comes to.
+thread_local int mutexesToGo = 0;
+std::atomic<bool> arrived = false;
+std::atomic<bool> mayGoOn = false;
+
+void PauseAtChosenMutex()
+{
+    if (mutexesToGo != 0 && --mutexesToGo == 0)
+    {
+        arrived = true;
+        Await(mayGoOn);
+    }
+}
+
+// Its Read returns when the test says so, and takes no notice of Cancel.
+struct StubbornInput : DataInputString
+{
+    explicit StubbornInput(const std::string* source) : DataInputString(source) {}
+    ioSize Read(uint8_t* /*data*/, ioSize /*size*/) override
+    {
+        Await(mayReturn);
+        return 0;
+    }
+    void Cancel() override { cancelled = true; }
+    std::atomic<bool> mayReturn = false;
+    std::atomic<bool> cancelled = false;
+};
+
+// The reader has found nothing and is about to wait, while the destructor looks for readers to wake.
+TEST(ChannelFaults, WakesAReaderThatIsAboutToWaitWhenItIsDestroyed)
+{
+    const std::string nothing;
+    const SP<StubbornInput> input(new StubbornInput(&nothing));
+    SP<IDataChannel> channel = CommunicationChannel::Create(input, DataOutputFF::Create(""), true);
+    std::packaged_task<ioSize()> read(
+        [plain = channel.get()]
+        {
+            mutexesToGo = 2;  // the channel's, then those of the wait
+            uint8_t byte = 0;
+            return plain->Read(&byte, 1);
+        });
+    std::future<ioSize> count = read.get_future();
+    const boost::scoped_thread<boost::interrupt_and_join_if_joinable> reader(boost::thread(std::move(read)));
+    Await(arrived);
+    std::future<void> destruction = std::async(std::launch::async, [&] { channel.reset(); });
+    Await(input->cancelled);
+    EXPECT_NE(destruction.wait_for(std::chrono::milliseconds(20)), std::future_status::ready);
+    mayGoOn = true;
+    ASSERT_EQ(count.wait_for(kDeadline), std::future_status::ready);
+    EXPECT_EQ(count.get(), 0);
+    input->mayReturn = true;
+    EXPECT_EQ(destruction.wait_for(kDeadline), std::future_status::ready);
+}
+
+#endif
+
+}  // namespace
+
+#ifndef KITIO_SANITIZER_WATCHES_MUTEXES
+
+// NOLINTNEXTLINE(readability-identifier-naming)
+extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
+{
+    static auto* const real = reinterpret_cast<decltype(&::pthread_mutex_lock)>(::dlsym(RTLD_NEXT, __func__));
+    PauseAtChosenMutex();
+    return real(mutex);
+}
+
+#endif
