@@ -441,6 +441,39 @@ TEST_F(ThreadedChannel, IsDestroyedOnceABlockedInputReturnsAndDropsWhatThatBring
     }
 }
 
+// Waits to be interrupted, and lets nobody see it.
+void SwallowAnInterruption()
+{
+    try
+    {
+        boost::this_thread::sleep_for(boost::chrono::seconds(kDeadline.count()));
+        ADD_FAILURE() << "not interrupted";
+    }
+    catch (const boost::thread_interrupted&)
+    {
+    }
+}
+
+TEST_F(ThreadedChannel, IsDestroyedThoughItsInputOrHandlerSwallowsTheInterruption)
+{
+    for (const int swallower : {0, 1, 2})  // the read of the length, that of the bytes, the handler
+    {
+        const auto swallows = [&](int step) -> std::function<void()>
+        {
+            if (step == swallower)
+            {
+                return &SwallowAnInterruption;
+            }
+            return [] {};
+        };
+        m_input->obeysCancel = false;  // nor is another Read needed
+        m_onDataAvailable = swallows(2);
+        m_input->Give({{Bytes(3), swallows(0)}, {"abc", swallows(1)}});
+        ExpectThread("waits", swallower == 0 ? Sizes{8} : Sizes{8, 3});
+        Renew();
+    }
+}
+
 TEST_F(ThreadedChannel, IsDestroyedOnAThreadThatIsItselfToBeInterrupted)
 {
     std::promise<void> interrupted;

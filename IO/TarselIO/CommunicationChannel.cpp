@@ -96,15 +96,15 @@ CommunicationChannel::~CommunicationChannel()
         // GCOVR_EXCL_START: the process that ends here does not count its lines any more
         LOG(FATAL)
             << "A communication channel is destroyed on its own background thread, which cannot wait for itself. "
-               "The handler must not drop the last reference to its channel.";
+               "Neither its handler nor its input may drop the last reference to it.";
         // GCOVR_EXCL_STOP
     }
     // Neither Cancel nor the wait for the thread may be cut short by an interruption meant for the calling thread.
     const boost::this_thread::disable_interruption uninterrupted;
-    m_stopRequested = true;
     m_thread->interrupt();
+    m_stopRequested = true;
     m_input->Cancel();
-    // A reader that has not seen the request holds the mutex until it waits; from then on the wake-up reaches it.
+    // Whichever thread has not seen the flag holds the mutex until it waits; from then on the wake-up reaches it.
     Lock(m_mutex).unlock();
     m_readerCondition.notify_one();
     m_threadCondition.notify_one();
@@ -212,7 +212,7 @@ void CommunicationChannel::ReceiveMessages()
     std::vector<uint8_t> staging;
     for (;;)
     {
-        boost::this_thread::interruption_point();
+        StopIfRequested();
         const ioSize length = ReadLength(*m_input);
         if (length == 0)
         {
@@ -221,9 +221,9 @@ void CommunicationChannel::ReceiveMessages()
         staging.reserve(length);  // exactly: left to itself a vector takes up to twice as much as the longest message
         staging.resize(length);
         m_input->Read(staging.data(), length);
-        boost::this_thread::interruption_point();
+        StopIfRequested();
         StoreMessage(staging);
-        boost::this_thread::interruption_point();
+        StopIfRequested();
         WaitUntilTaken();
         // The interruption point that follows the wait is the one at the top.
     }
@@ -238,6 +238,16 @@ void CommunicationChannel::StoreMessage(const std::vector<uint8_t>& message)
     if (m_handler != nullptr)
     {
         m_handler->OnDataAvailable(message.size());
+    }
+}
+
+void CommunicationChannel::StopIfRequested()
+{
+    boost::this_thread::interruption_point();
+    // The input or the handler may have caught the interruption; the flag stays.
+    if (m_stopRequested)
+    {
+        throw boost::thread_interrupted();
     }
 }
 
@@ -257,7 +267,7 @@ bool CommunicationChannel::ShouldAwakeReaderPredicate()
 
 bool CommunicationChannel::ShouldAwakeThreadPredicate()
 {
-    return !m_dataAvailable || boost::this_thread::interruption_requested();
+    return !m_dataAvailable || m_stopRequested || boost::this_thread::interruption_requested();
 }
 
 }  // namespace Tarsel::Core

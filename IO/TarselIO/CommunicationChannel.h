@@ -49,9 +49,10 @@ public:
     CommunicationChannel(SP<IByteDataInput> input, SP<IByteDataOutput> output, bool threaded);
 
     /// Asks the background thread to stop, calls the input's Cancel and waits for the thread: as long as the input's
-    /// Read blocks. What Cancel throws ends the process. An unread message is dropped. Must not run on the background
-    /// thread, which means that a handler must not drop the last reference: that ends the process with a FATAL line in
-    /// the log.
+    /// Read blocks. The thread also stops if the input or the handler catches the boost::thread_interrupted by which
+    /// it is asked. What Cancel throws ends the process. An unread message is dropped. Must not run on the background
+    /// thread: neither the handler nor the input may drop the last reference, which ends the process with a FATAL line
+    /// in the log.
     ~CommunicationChannel() override;  // NOLINT(bugprone-exception-escape): see the source
 
     // IRefCountable
@@ -63,8 +64,8 @@ public:
 
     /// Takes bytes of a message. Direct: the input's Read. Threaded: waits for a message, takes its next `size` bytes,
     /// at most what remains of it, and returns how many. On an interrupted boost::thread the wait throws
-    /// boost::thread_interrupted. It ends with 0 if the channel is being destroyed, which a caller that holds a
-    /// reference never sees.
+    /// boost::thread_interrupted; a Read that does not have to wait cannot be interrupted. It returns 0 if the channel
+    /// is being destroyed, which a caller that holds a reference never sees.
     ioSize Read(uint8_t* data, ioSize size) override;
 
     /// The input's Cancel and nothing else, through whichever interface it is called: it neither stops the thread nor
@@ -73,12 +74,16 @@ public:
 
     // INotifyingByteDataInput
 
-    /// The handler hears of messages stored from now on, not of one that is pending already. It is not owned. It runs
-    /// on the background thread with the channel locked: it may call Write, and must not call Read, IsDataAvaliable or
-    /// SetDataAvailableHandler of this channel.
+    /// The handler is called for messages stored from now on, not for one that is pending already. It is not owned. It
+    /// runs on the background thread with the channel locked: it may call Write, and must not call Read,
+    /// IsDataAvaliable or SetDataAvailableHandler of this channel. Nor may it take a mutex that another thread holds
+    /// while that one calls any of these: the two would wait for each other. It must not call pthread_exit, which ends
+    /// the process.
     void SetDataAvailableHandler(IDataAvailableHandler* handler) override;
 
-    bool IsDataAvaliable() const override;  ///< always false in direct mode
+    /// Whether bytes of a message can be read; always false in direct mode. Waits while the handler runs. False does
+    /// not mean that the Read that took the last bytes has returned.
+    bool IsDataAvaliable() const override;
 
     // IDataChannel
 
@@ -97,14 +102,15 @@ public:
     /// What Read waits for: a message, or the request to stop.
     bool ShouldAwakeReaderPredicate();
 
-    /// What the background thread waits for: that the message has been taken, or the request to stop. Asks for the
-    /// calling thread's stop request, since that thread may run before the constructor has stored it.
+    /// What the background thread waits for: that the message has been taken, or the request to stop. Of that it asks
+    /// the calling thread, which may run before the constructor has stored it, and the destructor's flag.
     bool ShouldAwakeThreadPredicate();
 
 private:
     void WaitForMessage(boost::unique_lock<boost::mutex>& lock);
     void ReceiveMessages();
     void StoreMessage(const std::vector<uint8_t>& message);
+    void StopIfRequested();
     void WaitUntilTaken();
 
     RefCountImpl m_refCount;
@@ -119,7 +125,7 @@ private:
     mutable boost::mutex m_mutex;
     boost::condition_variable m_threadCondition;
     boost::condition_variable m_readerCondition;
-    std::atomic<bool> m_stopRequested;  // stays set, unlike the thread's own request, which ends with its exception
+    std::atomic<bool> m_stopRequested;  // stays set, unlike the thread's own request, which its exception uses up
 };
 
 }  // namespace Tarsel::Core
