@@ -1,4 +1,5 @@
 #include <TarselIO/KitIO.h>
+#include <TarselPointer/RefCounted.h>
 
 #include <atomic>
 #include <csignal>
@@ -56,6 +57,12 @@ const std::string kSource = "abcd";
 std::string target;
 void* const kNoHandle = nullptr;
 
+// A program's own class.
+struct OwnInput : RefCounted<IByteDataInput>
+{
+    ioSize Read(uint8_t* /*data*/, ioSize /*size*/) override { return 0; }
+};
+
 const Kind kSeekable[] = {
     Of<DataInputFile, IDataInput>("DataInputFile", "/proc/self/exe", "\x7F\x45LF", "/proc/self/exe"),
     Of<DataOutputFile, IDataOutput>("DataOutputFile", "/dev/null", "", "/dev/null"),
@@ -64,13 +71,14 @@ const Kind kSeekable[] = {
     Of<DataInputMemory, IDataInput>("DataInputMemory", "", "abcd", kBytes, ioSize{4}),
     Of<DataInputString, IDataInput>("DataInputString", "", "abcd", &kSource),
     Of<DataOutputString, IDataOutput>("DataOutputString", "", "", &target)};
-const Kind kBytewise[] = {Of<DataInputPipe, IByteDataInputEx>("DataInputPipe", "", "", kNoHandle),
-                          Of<DataOutputPipe, IByteDataOutputEx>("DataOutputPipe", "", "", kNoHandle),
-                          Of<DataInputOutputPipe, IByteDataInputOutput>("DataInputOutputPipe", "", "", "", false),
-                          Of<DataStdInput, IByteDataInput>("DataStdInput", "", ""),
-                          Of<DataStdOutput, IByteDataOutput>("DataStdOutput", "", ""),
-                          Of<CommunicationChannel, IDataChannel>(
-                              "Channel", "", "", DataInputFF::Create(""), DataOutputFF::Create(""), false)};
+const Kind kBytewise[] = {
+    Of<DataInputPipe, IByteDataInputEx>("DataInputPipe", "", "", kNoHandle),
+    Of<DataOutputPipe, IByteDataOutputEx>("DataOutputPipe", "", "", kNoHandle),
+    Of<DataInputOutputPipe, IByteDataInputOutput>("DataInputOutputPipe", "", "", "", false),
+    Of<DataStdInput, IByteDataInput>("DataStdInput", "", ""),
+    Of<DataStdOutput, IByteDataOutput>("DataStdOutput", "", ""),
+    Of<CommunicationChannel, IDataChannel>("Channel", "", "", DataInputFF::Create(""), DataOutputFF::Create(""), false),
+    Of<OwnInput, IByteDataInput>("RefCounted", "", "")};
 
 // Does `work` on two threads at the same time, each with a copy of its own.
 template <class Work>

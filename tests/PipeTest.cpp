@@ -53,8 +53,10 @@ TYPED_TEST(Pipe, LosesNothingInAStormOfSignals)
     {
         std::atomic<bool> interrupted = false;
         this->log.When("The " + call + " syscall has been interrupted", [&] { interrupted = true; });
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (!interrupted)
         {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << call;
             std::this_thread::yield();
         }
     };
