@@ -9,7 +9,7 @@ bridge_roots=("${bridge_roots[@]%/}")
 
 # Prints a path for each file of ours that a compiler reads, each ended by a zero byte.
 our_sources() {
-    find "${core_roots[@]}" Bridges tests examples bench fuzz -type f \( -name '*.h' -o -name '*.cpp' \) -print0
+    find "${core_roots[@]}" Bridges tests examples bench soak fuzz -type f \( -name '*.h' -o -name '*.cpp' \) -print0
 }
 
 # quietly <headline> <command>...: shows one line; the command's own output only when it fails.
