@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Report.h"
-#include "Row.h"
+#include "rows/Row.h"
 
 namespace Bench
 {

@@ -23,7 +23,7 @@
 
 #include "Report.h"
 #include "Results.h"
-#include "Row.h"
+#include "rows/Row.h"
 
 namespace
 {

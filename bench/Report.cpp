@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Row.h"
+#include "rows/Row.h"
 
 namespace Bench
 {

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <unistd.h>
 
-#include "Row.h"
+#include "rows/Row.h"
 
 namespace Bench
 {

@@ -13,7 +13,7 @@
 #include <TarselPointer/SP.h>
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 
-#include "Row.h"
+#include "rows/Row.h"
 
 namespace Bench
 {

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "Row.h"
 #include "Support/TemporaryDirectory.h"
+#include "rows/Row.h"
 
 namespace Bench
 {
@@ -29,7 +29,7 @@ constexpr char kFromBufferRow[] = "buffer to stream, 64 KiB";
 constexpr char kMakeRow[] = "make and destroy a stream";
 constexpr char kCopyRow[] = "copy and drop a pointer";
 
-/// The folders in which the file rows work, and how the rows call them.
+/// The directories in which the file rows work, and how the rows call them.
 struct FilePlace
 {
     const char* name;

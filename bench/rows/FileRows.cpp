@@ -1,8 +1,8 @@
 #include <TarselIO/DataInputFile.h>
 #include <TarselIO/DataOutputFile.h>
 
-#include "Floors.h"
-#include "StreamMeasures.h"
+#include "floors/Floors.h"
+#include "rows/StreamMeasures.h"
 
 namespace Bench
 {

@@ -1,8 +1,8 @@
 #include <string>
 #include <zmq.h>
 
-#include "MessageMeasures.h"
-#include "Peers.h"
+#include "peers/Peers.h"
+#include "rows/MessageMeasures.h"
 
 namespace Bench
 {

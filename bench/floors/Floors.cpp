@@ -1,4 +1,4 @@
-#include "Floors.h"
+#include "floors/Floors.h"
 
 #include <condition_variable>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "Row.h"
+#include "rows/Row.h"
 
 #include <algorithm>
 #include <cmath>

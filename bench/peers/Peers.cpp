@@ -1,4 +1,4 @@
-#include "Peers.h"
+#include "peers/Peers.h"
 
 namespace Bench
 {

@@ -6,8 +6,8 @@
 #include <TarselIO/DataOutputPipe.h>
 #include <TarselIO/DataOutputString.h>
 
-#include "Floors.h"
-#include "MessageMeasures.h"
+#include "floors/Floors.h"
+#include "rows/MessageMeasures.h"
 
 namespace Bench
 {

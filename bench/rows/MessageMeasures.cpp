@@ -1,4 +1,4 @@
-#include "MessageMeasures.h"
+#include "rows/MessageMeasures.h"
 
 #include <csignal>
 #include <exception>

@@ -5,8 +5,8 @@
 #include <TarselIO/DataInputMemory.h>
 #include <TarselIO/DataOutputString.h>
 
-#include "Floors.h"
-#include "Row.h"
+#include "floors/Floors.h"
+#include "rows/Row.h"
 
 namespace Bench
 {

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "Peers.h"
-#include "StreamMeasures.h"
+#include "peers/Peers.h"
+#include "rows/StreamMeasures.h"
 
 namespace Bench
 {

@@ -3,8 +3,8 @@
 #include <TarselIO/DataInputMemory.h>
 #include <TarselIO/DataOutputString.h>
 
-#include "Floors.h"
-#include "StreamMeasures.h"
+#include "floors/Floors.h"
+#include "rows/StreamMeasures.h"
 
 namespace Bench
 {

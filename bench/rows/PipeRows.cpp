@@ -6,8 +6,8 @@
 #include <TarselIO/DataInputPipe.h>
 #include <TarselIO/DataOutputPipe.h>
 
-#include "Floors.h"
-#include "MessageMeasures.h"
+#include "floors/Floors.h"
+#include "rows/MessageMeasures.h"
 
 namespace Bench
 {

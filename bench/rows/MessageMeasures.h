@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "Row.h"
 #include "Support/TemporaryDirectory.h"
+#include "rows/Row.h"
 
 namespace Bench
 {

@@ -2,8 +2,8 @@
 #include <nanomsg/pair.h>
 #include <string>
 
-#include "MessageMeasures.h"
-#include "Peers.h"
+#include "peers/Peers.h"
+#include "rows/MessageMeasures.h"
 
 namespace Bench
 {

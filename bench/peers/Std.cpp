@@ -4,8 +4,8 @@
 #include <sstream>
 #include <string>
 
-#include "Peers.h"
-#include "StreamMeasures.h"
+#include "peers/Peers.h"
+#include "rows/StreamMeasures.h"
 
 namespace Bench
 {

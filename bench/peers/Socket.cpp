@@ -2,8 +2,8 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include "MessageMeasures.h"
-#include "Peers.h"
+#include "peers/Peers.h"
+#include "rows/MessageMeasures.h"
 
 namespace Bench
 {

@@ -8,8 +8,8 @@
 #include <TarselIO/StreamTools.h>
 #include <openssl/evp.h>
 
-#include "Floors.h"
-#include "StreamMeasures.h"
+#include "floors/Floors.h"
+#include "rows/StreamMeasures.h"
 
 namespace Bench
 {

@@ -7,9 +7,9 @@
 #include <memory>
 #include <string>
 
-#include "MessageMeasures.h"
-#include "Peers.h"
-#include "StreamMeasures.h"
+#include "peers/Peers.h"
+#include "rows/MessageMeasures.h"
+#include "rows/StreamMeasures.h"
 
 namespace Bench
 {
