@@ -3,10 +3,10 @@
 namespace Bench
 {
 
+// In the order of the table's columns.
 void AddPeers()
 {
     AddStdPeers();
-    AddSocketPeers();
 #ifdef KITIO_BENCH_BOOST
     AddBoostPeers();
 #endif
@@ -25,6 +25,7 @@ void AddPeers()
 #ifdef KITIO_BENCH_NANOMSG
     AddNanomsgPeers();
 #endif
+    AddSocketPeers();
 }
 
 }  // namespace Bench

@@ -10,8 +10,8 @@
 namespace Bench
 {
 
-// Each adds the peers of one library to the rows where one would use it instead of ours. Only those that were found at
-// configure time are linked.
+// Each adds the peers of one library to the rows where you would use it instead of ours. Only those that were found at
+// configure time are linked. Boost means Iostreams for streams and Interprocess for messages, socket a local one.
 void AddStdPeers();
 void AddSocketPeers();
 void AddBoostPeers();

@@ -1,25 +1,45 @@
 #include "rows/Row.h"
 
 #include <algorithm>
-#include <cmath>
 #include <random>
 #include <stdexcept>
 #include <utility>
+
+#include <boost/algorithm/string/join.hpp>
 
 namespace Bench
 {
 namespace
 {
 
-std::vector<Row>& MutableRows()
+struct RowWithContenders
 {
-    static std::vector<Row> rows;
+    Row row;
+    std::vector<std::pair<std::string, Contender>> contenders;
+};
+
+std::vector<RowWithContenders>& Rows()
+{
+    static std::vector<RowWithContenders> rows;
     return rows;
 }
 
-void AddContender(const Row& row, const std::string& contender, Contender run)
+std::vector<std::string>& Contenders()
 {
-    auto* const added = benchmark::RegisterBenchmark(RunName(row.name, contender).c_str(), std::move(run));
+    static std::vector<std::string> names{"library", "floor"};
+    return names;
+}
+
+bool g_hasFailed = false;
+
+void Register(const Row& row, const std::string& name, const Contender& run)
+{
+    auto* const added = benchmark::RegisterBenchmark((row.name + '/' + name).c_str(),
+                                                     [=](benchmark::State& state)
+                                                     {
+                                                         run(state);
+                                                         state.counters["target"] = row.target;
+                                                     });
     if (row.clock == Clock::Wall)
     {
         added->UseRealTime();
@@ -28,54 +48,36 @@ void AddContender(const Row& row, const std::string& contender, Contender run)
 
 }  // namespace
 
-bool IsMissed(const Row& row, double ratio)
-{
-    return std::round(ratio * 100) > std::round(row.target * 100);
-}
-
-const std::vector<std::string>& Contenders()
-{
-    static const std::vector<std::string> kContenders = []
-    {
-        std::vector<std::string> all{kLibrary, kFloor};
-        all.insert(all.end(), Peers().begin(), Peers().end());
-        return all;
-    }();
-    return kContenders;
-}
-
-const std::vector<std::string>& Peers()
-{
-    static const std::vector<std::string> kNames{"std", "Boost", "Poco", "Qt", "kj", "ZeroMQ", "nanomsg", "socket"};
-    return kNames;
-}
-
 void AddRow(const Row& row, Contender library, Contender floor)
 {
-    MutableRows().push_back(row);
-    AddContender(row, kLibrary, std::move(library));
-    AddContender(row, kFloor, std::move(floor));
+    Rows().push_back({row, {{Contenders()[0], std::move(library)}, {Contenders()[1], std::move(floor)}}});
 }
 
 void AddPeer(const std::string& row, const std::string& peer, Contender contender)
 {
-    const auto place =
-        std::find_if(Rows().begin(), Rows().end(), [&row](const Row& other) { return other.name == row; });
+    const auto place = std::find_if(
+        Rows().begin(), Rows().end(), [&row](const RowWithContenders& other) { return other.row.name == row; });
     if (place == Rows().end())
     {
         throw std::logic_error("there is no row '" + row + "'");
     }
-    AddContender(*place, peer, std::move(contender));
+    place->contenders.emplace_back(peer, std::move(contender));
+    if (std::find(Contenders().begin(), Contenders().end(), peer) == Contenders().end())
+    {
+        Contenders().push_back(peer);
+    }
 }
 
-const std::vector<Row>& Rows()
+void RegisterRows()
 {
-    return MutableRows();
-}
-
-std::string RunName(const std::string& row, const std::string& contender)
-{
-    return row + '/' + contender;
+    for (const auto& [row, contenders] : Rows())
+    {
+        for (const auto& [name, run] : contenders)
+        {
+            Register(row, name, run);
+        }
+    }
+    benchmark::AddCustomContext("contenders", boost::algorithm::join(Contenders(), ","));
 }
 
 std::string NameWithSize(const std::string& name, ioSize size)
@@ -104,8 +106,14 @@ void Expect(benchmark::State& state, bool done)
 {
     if (!done)
     {
+        g_hasFailed = true;
         state.SkipWithError("did not do its work");
     }
+}
+
+bool HasFailed()
+{
+    return g_hasFailed;
 }
 
 void ExpectMoved(benchmark::State& state, ioSize moved, ioSize size)

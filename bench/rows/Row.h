@@ -34,31 +34,15 @@ struct Row
     Clock clock = Clock::Processor;
 };
 
-/// Whether the library's ratio to the floor is worse than the target, both as precise as they are shown.
-bool IsMissed(const Row& row, double ratio);
-
-/// The contenders that each row has. All others are peers: what one would use without this library.
-constexpr char kLibrary[] = "library";
-constexpr char kFloor[] = "floor";
-
-/// All contenders that a row may have: the library, the floor and the peers.
-const std::vector<std::string>& Contenders();
-
-/// The peers, in the table's order. Boost means Iostreams for streams and Interprocess for messages, socket a local
-/// one.
-const std::vector<std::string>& Peers();
-
 /// Adds a row to the table: what the library does, against the least that the same work costs when written by hand.
 void AddRow(const Row& row, Contender library, Contender floor);
 
-/// Adds a contender to a row that is there already.
+/// Adds a peer, which is what you would use without this library, to a row that is there already.
 void AddPeer(const std::string& row, const std::string& peer, Contender contender);
 
-/// The rows in the order in which they were added.
-const std::vector<Row>& Rows();
-
-/// The name under which a contender of a row runs.
-std::string RunName(const std::string& row, const std::string& contender);
+/// Passes all rows to Google Benchmark. A contender is called "row/contender" there and has the row's target as a
+/// counter; the context lists all contenders, with commas between them, in the order in which they were first added.
+void RegisterRows();
 
 /// The row's name with the number of bytes a call moves: "memory read, 4 KiB".
 std::string NameWithSize(const std::string& name, ioSize size);
@@ -69,6 +53,9 @@ constexpr ioSize kSampleSize = 4 * kMiB;
 
 /// Makes the run an error, so that the program fails, unless the work was done as it should be.
 void Expect(benchmark::State& state, bool done);
+
+/// Whether Expect has made any run an error.
+bool HasFailed();
 
 /// The same for rounds that move `size` bytes each and should have moved `moved` bytes in all.
 void ExpectMoved(benchmark::State& state, ioSize moved, ioSize size);
