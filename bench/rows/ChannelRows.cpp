@@ -114,7 +114,7 @@ void AddChannelRows()
     for (const ioSize size : kRoundTripSizes)
     {
         AddRow(
-            {NameWithSize(kRoundTrip, size), 1.40, Clock::Wall},
+            {NameWithSize(kRoundTrip, size), 1.10, Clock::Wall},
             [=](State& state) { MeasureRoundTrip<ChannelEnd<Library>>(state, size); },
             [=](State& state) { MeasureRoundTrip<ChannelEnd<Floor>>(state, size); });
     }
