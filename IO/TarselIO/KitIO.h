@@ -55,4 +55,5 @@
 #include <TarselIO/ioSize.h>
 #include <TarselPointer/IRefCountable.h>
 #include <TarselPointer/RefCountImpl.h>
+#include <TarselPointer/RefCounted.h>
 #include <TarselPointer/SP.h>
