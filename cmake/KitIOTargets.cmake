@@ -1,6 +1,7 @@
 # How KitIO's targets are made. Everything is set on the targets: nothing here reaches a project that contains KitIO,
 # and nothing but include folders, C++17 and the libraries in the public headers reaches a target that links KitIO.
 
+include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
 
 # The number of the binary interface, the 0 of libKitIO.so.0. docs/versions.md tells what makes a new one: among others
@@ -18,6 +19,22 @@ check_linker_flag(CXX "-Wl,--no-warnings" KITIO_LINKER_CAN_BE_QUIET)
 function(kitio_accept_tempnam target)
     if(KITIO_LINKER_CAN_BE_QUIET)
         target_link_options(${target} PRIVATE "-Wl,--no-warnings")
+    endif()
+endfunction()
+
+# Debian's own flags since its release 13, where the compiler has them for the machine: a large stack frame cannot jump
+# over the guard page, and indirect calls and returns only go where they may. Not for debugging or sanitizers.
+set(kitio_hardening "")
+foreach(flag IN ITEMS -fstack-clash-protection -fcf-protection)
+    string(MAKE_C_IDENTIFIER "KITIO_COMPILER_KNOWS${flag}" known)
+    check_cxx_compiler_flag(${flag} ${known})
+    if(${known})
+        list(APPEND kitio_hardening ${flag})
+    endif()
+endforeach()
+function(kitio_harden target)
+    if(NOT KITIO_SANITIZE)
+        target_compile_options(${target} PRIVATE "$<$<NOT:$<CONFIG:Debug>>:${kitio_hardening}>")
     endif()
 endfunction()
 
@@ -67,6 +84,7 @@ function(kitio_add_library target)
     # Nobody replaces the library's own functions by others of the same name, so its calls of them can be direct.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     target_link_options(${target} PRIVATE "-Wl,-Bsymbolic-functions")
+    kitio_harden(${target})
     set_target_properties(${target} PROPERTIES
         VERSION ${kitio_file_version}
         SOVERSION ${kitio_soversion}
