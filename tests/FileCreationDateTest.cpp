@@ -14,13 +14,16 @@
 
 #include <TarselFoundation/SystemDateServices.h>
 
+#include "Support/TemporaryDirectory.h"
+
 using namespace Tarsel::Foundation;
 using Tarsel::Core::GetFileCreationDateString;
 
 namespace
 {
 
-constexpr std::int64_t kSummer = 1719871200;  // 2024-07-01 22:00:00 UTC
+constexpr std::int64_t kSummer = 1719871200;       // 2024-07-01 22:00:00 UTC
+constexpr std::uint32_t kLeapSecond = 1483228800;  // 2016-12-31 23:59:60 UTC, where leap seconds are counted
 
 // In UTC and in American English, before and after what a test chooses.
 struct FileCreationDate : testing::Test
@@ -43,6 +46,17 @@ struct FileCreationDate : testing::Test
 
     static std::string Format(Instant instant) { return MakeFormatter()->Format(instant).value_or("nothing"); }
 };
+
+// A time zone file for UTC with one leap second, the one before 2017. Not every system has zones with leap seconds.
+std::string ZoneWithALeapSecond()
+{
+    const auto number = [](std::uint32_t value) {
+        return std::string{char(value >> 24U), char(value >> 16U), char(value >> 8U), char(value)};
+    };
+    const std::string counts = number(0) + number(0) + number(1) + number(0) + number(1) + number(4);
+    const std::string utc = number(0) + std::string(2, '\0') + "UTC" + '\0';
+    return "TZif" + std::string(16, '\0') + counts + utc + number(kLeapSecond) + number(1);
+}
 
 // Services and their formatter, which answer the first `answers` questions and write down each; copies share the list.
 struct Script : IDateServices, IDateFormatter
@@ -128,6 +142,23 @@ TEST_F(FileCreationDate, FollowsEveryKindOfZoneTextAndEachChangeOfIt)
     {
         EXPECT_EQ(formatter->Parse(text), std::nullopt) << text;
     }
+}
+
+TEST_F(FileCreationDate, CountsLeapSecondsWhereTheZoneDoes)
+{
+    const TemporaryDirectory directory;
+    Use(directory.File("zone", ZoneWithALeapSecond()).c_str(), "en_US");
+    const auto formatter = MakeFormatter();
+    const std::pair<std::int64_t, const char*> cases[] = {{kLeapSecond - 2, "2016-12-31 23:59:58"},
+                                                          {kLeapSecond, "2016-12-31 23:59:59"},
+                                                          {kLeapSecond + 1, "2017-01-01 24:00:00"},
+                                                          {kSummer + 1, "2024-07-01 22:00:00"}};
+    for (const auto& [seconds, text] : cases)
+    {
+        EXPECT_EQ(formatter->Format({seconds, 999999999}), text);
+        EXPECT_EQ(formatter->Parse(text), (Instant{seconds, 0})) << text;
+    }
+    EXPECT_EQ(formatter->Format({kLeapSecond - 1, 0}), "2016-12-31 23:59:59");
 }
 
 TEST_F(FileCreationDate, CountsWeeksAndWritesDigitsAsTheLocaleDoesAndRoundsDown)

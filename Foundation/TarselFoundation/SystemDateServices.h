@@ -22,9 +22,10 @@ namespace Tarsel::Foundation
 /// dates before 1582-10-15 are Julian ones.
 ///
 /// Time zone: the C library's, so that dates agree with what other programs of the system show. The environment
-/// variable TZ, or the system's own zone without it, is looked at anew on each Parse and Format. A local time that
+/// variable TZ, or the system's own zone without it, is looked at on each Parse and Format. A local time that
 /// occurs twice denotes the later instant; one that is skipped is read with the offset that held before the skip.
-/// Patterns with zone fields are not supported.
+/// Zones that count leap seconds ("right/UTC") give the time that they show, except that a second 60 is shown, and
+/// read, as one more second 59. Patterns with zone fields are not supported.
 ///
 /// Threads: calls may run at once, each on a formatter of its own. They read the environment, so no thread may change
 /// it meanwhile.

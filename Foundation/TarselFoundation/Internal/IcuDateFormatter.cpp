@@ -83,17 +83,16 @@ std::optional<Instant> IcuDateFormatter::Parse(const std::string& text)
 
 std::optional<std::string> IcuDateFormatter::Format(const Instant& instant)
 {
-    const std::optional<std::int64_t> offset = GetLocalOffset(instant.seconds);
-    if (!offset)
+    const std::optional<std::int64_t> localSeconds = UtcToLocal(instant.seconds);
+    if (!localSeconds)
     {
         return std::nullopt;
     }
 
-    const double localSeconds = static_cast<double>(instant.seconds) + static_cast<double>(*offset);
     const std::int32_t milliseconds = instant.nanoseconds / kNanosecondsPerMillisecond;
     icu::UnicodeString text;
     UErrorCode status = U_ZERO_ERROR;
-    m_format.format(localSeconds * kMillisecondsPerSecond + milliseconds, text, nullptr, status);
+    m_format.format(static_cast<double>(*localSeconds) * kMillisecondsPerSecond + milliseconds, text, nullptr, status);
     if (!Succeeded(status))
     {
         return std::nullopt;

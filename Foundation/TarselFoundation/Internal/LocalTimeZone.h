@@ -6,12 +6,13 @@
 namespace Tarsel::Foundation
 {
 
-// The local time zone as the C library knows it: TZ, or the system's zone without it, looked at anew on each call.
+// The local time zone as the C library knows it: TZ, or the system's zone without it, looked at on each call.
 // Times are in whole seconds since 1970-01-01 00:00:00, of UTC or on the local clock. Nothing is returned for those
 // too far away to have a date.
 
-/// The seconds by which the local clock is ahead of UTC at `utc`.
-std::optional<std::int64_t> GetLocalOffset(std::int64_t utc);
+/// What the local clock shows at `utc`. A leap second, which the clocks of some zones show as second 60, counts as one
+/// more second 59.
+std::optional<std::int64_t> UtcToLocal(std::int64_t utc);
 
 /// When the local clock shows `local`: the later of two instants where it shows that twice. A time that the clock skips
 /// is read with the offset before the skip.
