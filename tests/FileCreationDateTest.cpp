@@ -161,6 +161,24 @@ TEST_F(FileCreationDate, CountsLeapSecondsWhereTheZoneDoes)
     EXPECT_EQ(formatter->Format({kLeapSecond - 1, 0}), "2016-12-31 23:59:59");
 }
 
+TEST_F(FileCreationDate, ReadsItsOwnTextInOtherCalendarsAndDigits)
+{
+    const std::pair<const char*, const char*> cases[] = {{"th_TH", "2024-07-01 22:00:00"},
+                                                         {"fa_IR", "۱۴۰۳-۰۴-۱۱ ۲۲:۰۰:۰۰"},
+                                                         {"ar_SA", "١٤٤٥-١٢-٢٥ ٢٢:٠٠:٠٠"},
+                                                         {"ja_JP@calendar=japanese", "2024-07-01 22:00:00"}};
+    for (const auto& [locale, text] : cases)
+    {
+        Use("UTC", locale);
+        EXPECT_EQ(Format({kSummer, 0}), text) << locale;
+        EXPECT_EQ(MakeFormatter()->Parse(text), (Instant{kSummer, 0})) << locale;
+    }
+    EXPECT_EQ(MakeFormatter()->Parse("1904-01-01 00:00:00"), (Instant{-2082844800, 0})) << "Gregorian years there, too";
+    EXPECT_EQ(MakeFormatter("'Y'YYYY-MM-dd")->Parse("Y2024-07-01"), (Instant{1719792000, 0}));
+    Use("UTC", "en_US");
+    EXPECT_EQ(MakeFormatter("YYYY 'Year' w e")->Parse("2025 Year 1 1"), (Instant{1735430400, 0})) << "2024-12-29";
+}
+
 TEST_F(FileCreationDate, CountsWeeksAndWritesDigitsAsTheLocaleDoesAndRoundsDown)
 {
     EXPECT_EQ(Format({1735387200, 0}), "2024-12-28 12:00:00");

@@ -21,6 +21,10 @@ namespace Tarsel::Foundation
 /// that is "C", from the environment (LC_ALL, LC_MESSAGES, LANG); a program may set another. Gregorian
 /// dates before 1582-10-15 are Julian ones.
 ///
+/// Parse reads what Format wrote, in every locale and calendar but the Hebrew one, as far as the pattern shows the
+/// date. Without a week, a week-based year ("YYYY") is read as the day's own year. So a day around new year that Format
+/// shows with the neighbouring year is read as a day of that year, or as nothing where that year lacks the day.
+///
 /// Time zone: the C library's, so that dates agree with what other programs of the system show. The environment
 /// variable TZ, or the system's own zone without it, is looked at on each Parse and Format. A local time that
 /// occurs twice denotes the later instant; one that is skipped is read with the offset that held before the skip.

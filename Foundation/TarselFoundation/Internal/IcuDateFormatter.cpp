@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 #include <new>
+#include <string_view>
 
 #include <unicode/locid.h>
 #include <unicode/parsepos.h>
@@ -18,6 +19,7 @@ namespace
 {
 
 constexpr std::int32_t kNanosecondsPerMillisecond = 1'000'000;
+constexpr std::u16string_view kYearsAndWeek = u"yuUrw";
 constexpr double kMillisecondsPerSecond = 1000.0;
 
 // ICU reports exhausted memory by codes and "bogus" strings; here it is std::bad_alloc as everywhere else.
@@ -39,6 +41,29 @@ bool Succeeded(UErrorCode status)
     return U_SUCCESS(status) != 0;
 }
 
+// The pattern by which texts of `pattern` are read. Only ICU's Gregorian calendar finds a day by its month and its
+// week-based year, and takes that year for the day's own; as `u`, the other calendars do the same. Patterns that show
+// another year or the week need no such help.
+icu::UnicodeString ReadingPattern(const icu::UnicodeString& pattern)
+{
+    icu::UnicodeString reading = pattern;
+    bool quoted = false;
+    for (std::int32_t i = 0; i < reading.length(); ++i)
+    {
+        const char16_t symbol = reading.charAt(i);
+        quoted = quoted != (symbol == u'\'');
+        if (!quoted && kYearsAndWeek.find(symbol) != std::u16string_view::npos)
+        {
+            return pattern;
+        }
+        if (!quoted && symbol == u'Y')
+        {
+            reading.setCharAt(i, u'u');
+        }
+    }
+    return reading;
+}
+
 // ICU does the calendar and the text, with its clock held at UTC: it is given, and gives back, the time on the local
 // clock as if that were UTC. The way between the two goes through the C library, since ICU's own zones come with a
 // second, often older set of rules, do not know POSIX rules such as "CET-1CEST,M3.5.0,M10.5.0/3", and read "GMT+3" as
@@ -47,7 +72,9 @@ class IcuDateFormatter final : public IDateFormatter
 {
 public:
     IcuDateFormatter(const std::string& pattern, UErrorCode& status)
-        : m_format(RequireMemory(icu::UnicodeString::fromUTF8(pattern)), icu::Locale::getDefault(), status)
+        : m_pattern(RequireMemory(icu::UnicodeString::fromUTF8(pattern))),
+          m_readingPattern(RequireMemory(ReadingPattern(m_pattern))),
+          m_format(m_pattern, icu::Locale::getDefault(), status)
     {
         m_format.setTimeZone(*icu::TimeZone::getGMT());
         m_format.setLenient(static_cast<UBool>(false));  // a month 13 and years that ICU would clamp are no dates
@@ -58,13 +85,16 @@ public:
     std::optional<std::string> Format(const Instant& instant) override;
 
 private:
-    icu::SimpleDateFormat m_format;
+    icu::UnicodeString m_pattern;
+    icu::UnicodeString m_readingPattern;
+    icu::SimpleDateFormat m_format;  // with the pattern of the last operation; making another one takes long
 };
 
 std::optional<Instant> IcuDateFormatter::Parse(const std::string& text)
 {
     const icu::UnicodeString source = RequireMemory(icu::UnicodeString::fromUTF8(text));
     icu::ParsePosition position(0);
+    m_format.applyPattern(m_readingPattern);
     const UDate localMilliseconds = m_format.parse(source, position);
     if (position.getErrorIndex() >= 0 || position.getIndex() != source.length())
     {
@@ -92,6 +122,7 @@ std::optional<std::string> IcuDateFormatter::Format(const Instant& instant)
     const std::int32_t milliseconds = instant.nanoseconds / kNanosecondsPerMillisecond;
     icu::UnicodeString text;
     UErrorCode status = U_ZERO_ERROR;
+    m_format.applyPattern(m_pattern);
     m_format.format(static_cast<double>(*localSeconds) * kMillisecondsPerSecond + milliseconds, text, nullptr, status);
     if (!Succeeded(status))
     {
