@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <sys/wait.h>
 #include <thread>
+#include <type_traits>
 #include <unwind.h>
 #include <utility>
 
@@ -70,6 +72,13 @@ TEST(ioPath, KeepsUtf8TextAndComparesByComponents)
     EXPECT_TRUE(ioPath("a//b") == ioPath("a/b") && !(ioPath("a//b") != ioPath("a/b")));
     EXPECT_TRUE(ioPath("a/../b") != ioPath("b") && !(ioPath("a/../b") == ioPath("b")));
     EXPECT_TRUE(ioPath("a") < ioPath("b") && !(ioPath("b") < ioPath("a")) && !(ioPath("a") < ioPath("a")));
+}
+
+TEST(ioPath, IsNotMadeOfTheNullPointer)
+{
+    EXPECT_FALSE((std::is_constructible_v<ioPath, std::nullptr_t>));
+    EXPECT_FALSE((std::is_convertible_v<std::nullptr_t, ioPath>));
+    EXPECT_TRUE((std::is_convertible_v<const char*, ioPath>));
 }
 
 TEST(ioPath, TellsWhetherTheDirectoriesStandAfterwards)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <iosfwd>
 #include <string>
@@ -18,7 +19,8 @@ public:
 
     /// From UTF-8 text, which is taken as it stands: nothing is checked, resolved or normalised.
     ioPath(const std::string& utf8);
-    ioPath(const char* utf8);  ///< the same; not null
+    ioPath(const char* utf8);         ///< the same; a null pointer is undefined behaviour
+    ioPath(std::nullptr_t) = delete;  ///< so the null pointer that the compiler can see is an error
 
     ioPath(const std::filesystem::path& path);  ///< the same path
 
