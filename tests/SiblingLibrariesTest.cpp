@@ -2,6 +2,8 @@
 #include <TarselException/StackDebugInfo.h>
 #include <TarselFilesystem/ioPath.h>
 #include <TarselHash/MD5.h>
+#include <TarselIO/DataInputFile.h>
+#include <TarselIO/DataOutputFile.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -79,6 +81,19 @@ TEST(ioPath, IsNotMadeOfTheNullPointer)
     EXPECT_FALSE((std::is_constructible_v<ioPath, std::nullptr_t>));
     EXPECT_FALSE((std::is_convertible_v<std::nullptr_t, ioPath>));
     EXPECT_TRUE((std::is_convertible_v<const char*, ioPath>));
+}
+
+TEST(ioPath, KeepsAZeroByteWhichTheSystemTakesForTheEnd)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.File("file", "content");
+    const std::string text = file + std::string("\0.txt", 5);
+    EXPECT_EQ(ioPath(text).utf8string(), text);
+    const SP<IDataInput> input = DataInputFile::Create(text);
+    EXPECT_EQ(input->GetSize(), 7);
+    EXPECT_EQ(input->GetFilename().utf8string(), text);
+    DataOutputFile::Create(text);
+    EXPECT_EQ(TemporaryDirectory::Content(file), "");
 }
 
 TEST(ioPath, TellsWhetherTheDirectoriesStandAfterwards)

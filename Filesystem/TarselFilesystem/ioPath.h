@@ -11,6 +11,10 @@ namespace Tarsel
 {
 
 /// A file system path, held as UTF-8 text. A copyable value; reading one object from several threads is safe.
+///
+/// The text may hold zero bytes, but a system call reads no further than the first of them. A stream over "a\0.txt"
+/// opens, or overwrites, the file "a", although its file name is still the whole text. So look for zero bytes in paths
+/// that come from elsewhere.
 class TARSEL_EXPORT ioPath
 {
 public:
