@@ -78,6 +78,7 @@ function(kitio_add_library target)
     # A compiler cache may hand on paths that are relative to the build folder.
     target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${KitIO_SOURCE_DIR}/=")
     file(RELATIVE_PATH from_build "${CMAKE_BINARY_DIR}" "${KitIO_SOURCE_DIR}")
+    string(REGEX REPLACE "/$" "" from_build "${from_build}")
     if(from_build)
         target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${from_build}/=")
     endif()
