@@ -21,6 +21,7 @@
 
 #include "Support/LogCapture.h"
 #include "Support/Records.h"
+#include "Support/SizeLimit.h"
 #include "Support/SystemCalls.h"
 #include "Support/TemporaryDirectory.h"
 
@@ -119,6 +120,23 @@ void WritesAFile(Stage& stage)
     stage.claimed = 0;
     stream->SetSize(50);
     stage.Saw("position", stream->GetPosition() + stream->GetSize());
+}
+
+// There is no room for all of it: a write throws or returns a short count.
+void FillsADisk(Stage& stage)
+{
+    const SizeLimit limit(1500);
+    const auto stream = DataOutputFile::Create(stage.output);
+    const auto note = [&stage](const IDataOutput* output) { stage.Saw("position", output->GetPosition()); };
+    const std::unique_ptr<const IDataOutput, decltype(note)> atTheEnd(stream.get(), note);
+    for (const ioSize end : {1000U, 2000U})
+    {
+        if (stream->Write(stage.Data() + end - 1000, 1000) != 1000)
+        {
+            throw IOException();
+        }
+        stage.Wrote(1000, end);
+    }
 }
 
 void ReadsAFile(Stage& stage)
@@ -314,6 +332,9 @@ constexpr char kSeeks[] = " fseek ftell ";  // an input file has no way to repor
 const Rules kThreadRules = {{" malloc ", " memory system thread less same "}, {" read ", " less same "}};
 const Scenario kScenarios[] = {
     {"WritesAFile", &WritesAFile, {{" ftell ", " system less "}}},
+    {"FillsADisk",  // ends with EFBIG by itself
+     &FillsADisk,
+     {{" ftell ", " system less "}, {" stat mkdir ", " same less system "}, {" fclose:27 ", " system "}}},
     {"ReadsAFile", &ReadsAFile, {{kSeeks, " same less "}}},
     {"PacksBits",
      &PacksBits,
