@@ -3,20 +3,25 @@
 #include <TarselIO/DataOutputFF.h>
 #include <TarselIO/DataOutputFile.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
-#include <sys/resource.h>
+#include <future>
+#include <optional>
+#include <random>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Support/LogCapture.h"
 #include "Support/OutputFileFailure.h"
 #include "Support/Records.h"
+#include "Support/SizeLimit.h"
 #include "Support/TemporaryDirectory.h"
 
 using namespace Tarsel;
@@ -42,6 +47,32 @@ ioSize Write(const SP<IDataOutput>& stream, const std::string& text)
     return stream->Write(reinterpret_cast<const uint8_t*>(text.data()), text.size());
 }
 
+// Whether all of it is in the file. If not, GetPosition() reports how far it got.
+bool WriteAll(IDataOutput& output, const uint8_t* data, ioSize size)
+{
+    try
+    {
+        return output.Write(data, size) == size;
+    }
+    catch (const IOException&)
+    {
+        return false;
+    }
+}
+
+// What has been appended since the last call.
+std::string ReadNew(IDataInput& file)
+{
+    file.SetPosition(file.GetPosition());  // forgets that this was the end
+    uint8_t block[1000];
+    std::string text;
+    while (const ioSize count = file.Read(block, sizeof block))
+    {
+        text.append(block, block + count);
+    }
+    return text;
+}
+
 }  // namespace
 
 TEST(DataInputFile, ReadsWhereItStands)
@@ -59,7 +90,35 @@ TEST(DataInputFile, ReadsWhereItStands)
     EXPECT_EQ(Read(stream, 4), "");
     stream->SetPosition(13);
     EXPECT_EQ(Read(stream, 4), "wn");
-    EXPECT_EQ(Read(DataInputFile::Create(directory.Path("")), 4), "") << "a directory has no bytes";
+}
+
+TEST(DataInputFile, RemembersTheEndUntilAPositionIsSet)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.File("file", "0123456789");
+    const auto stream = DataInputFile::Create(path);
+    EXPECT_EQ(Read(stream, 20), "0123456789");
+    std::ofstream(path, std::ios::app) << "grown";
+    EXPECT_EQ(Read(stream, 20), "");
+    EXPECT_EQ(ReadNew(*stream), "grown");
+    EXPECT_EQ(ReadNew(*stream), "");
+    const std::string more(2500, 'x');
+    std::ofstream(path, std::ios::app) << more;
+    EXPECT_EQ(ReadNew(*stream), more);
+}
+
+TEST(DataInputFile, LeavesTheReasonOfAShortCountInErrno)
+{
+    LogCapture log;
+    const TemporaryDirectory directory;
+    const auto end = DataInputFile::Create(directory.File("file", "abc"));
+    const auto unreadable = DataInputFile::Create(directory.Path(""));  // opens, since it is only a directory
+    errno = 0;
+    EXPECT_EQ(Read(end, 4), "abc");
+    EXPECT_EQ(errno, 0);
+    EXPECT_EQ(Read(unreadable, 4), "");
+    EXPECT_EQ(errno, EISDIR);
+    EXPECT_THAT(log.Take(), IsEmpty());
 }
 
 TEST(DataInputFile, ReportsWhatItCannotOpen)
@@ -133,22 +192,57 @@ TEST(DataOutputFile, SaysWhatTheSystemRefuses)
     EXPECT_EQ(stream->GetPosition(), 3U);
 }
 
+TEST(DataOutputFile, WaitsForTheReaderOfAPipeBeforeItRefusesIt)
+{
+    const TemporaryDirectory directory;
+    const std::string fifo = directory.Fifo("fifo");
+    auto refused =
+        std::async(std::launch::async, [&fifo] { return Thrown([&fifo] { DataOutputFile::Create(fifo); }); });
+    EXPECT_EQ(refused.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    const int reader = ::open(fifo.c_str(), O_RDWR);
+    EXPECT_THAT(refused.get(), Says(ESPIPE, kConstructor));
+    ::close(reader);
+}
+
+// The limit holds for what the test itself prints, too.
 TEST(DataOutputFile, ReportsThatItsFileMayNotGrow)
 {
     const TemporaryDirectory directory;
     const auto stream = DataOutputFile::Create(directory.Path("file"));
-    rlimit before{};
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limit{10, before.rlim_max};
-    auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
-    ::setrlimit(RLIMIT_FSIZE, &limit);  // which holds for what the test itself prints, too
+    auto limit = std::make_optional<SizeLimit>(10);
     const auto write = Thrown([&] { Write(stream, "0123456789abc"); });
     const auto setSize = Thrown([&] { stream->SetSize(11); });
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
+    limit.reset();
     EXPECT_THAT(write, Says(EFBIG, kWrite));
     EXPECT_THAT(setSize, Says(EFBIG, kSetSize));
     EXPECT_EQ(directory.Content(directory.Path("file")), "0123456789");
+}
+
+// Large writes come back short, and small ones throw.
+TEST(DataOutputFile, StandsAfterWhatReachedAFullDisk)
+{
+    constexpr ioSize kRoom = 65000;
+    constexpr ioSize kSize = 300000;
+    const TemporaryDirectory directory;
+    const std::string path = directory.Path("file");
+    std::string data(kSize, '\0');
+    std::generate(data.begin(), data.end(), std::minstd_rand());
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(data.data());
+    const auto stream = DataOutputFile::Create(path);
+    auto limit = std::make_optional<SizeLimit>(kRoom);
+    std::vector<bool> wroteAll;
+    std::vector<ioSize> positions;
+    for (const ioSize size : {ioSize{60000}, kSize - 60000, kSize - kRoom, ioSize{5000}, ioSize{1}})
+    {
+        wroteAll.push_back(WriteAll(*stream, bytes + stream->GetPosition(), size));
+        positions.push_back(stream->GetPosition());
+    }
+    limit.reset();
+    EXPECT_THAT(wroteAll, ElementsAre(true, false, false, false, false));
+    EXPECT_THAT(positions, ElementsAre(60000, kRoom, kRoom, kRoom, kRoom));
+    EXPECT_EQ(directory.Content(path), data.substr(0, kRoom));
+    EXPECT_TRUE(WriteAll(*stream, bytes + kRoom, kSize - kRoom)) << "there is room again";
+    EXPECT_EQ(directory.Content(path), data);
 }
 
 TEST(FileStreams, ReachBeyondFourGigabytes)
@@ -165,6 +259,32 @@ TEST(FileStreams, ReachBeyondFourGigabytes)
     input->SetPosition(kFar - 2);
     EXPECT_EQ(Read(input, 8), "\0\0x\0\0"s);
     EXPECT_EQ(input->GetPosition(), kFar + 3);
+}
+
+// The file system decides: ext4 ends at 2^44, others later.
+TEST(FileStreams, StayWhereTheyAreIfAPositionIsRefused)
+{
+    const TemporaryDirectory directory;
+    const auto output = DataOutputFile::Create(directory.Path("file"));
+    const auto input = DataInputFile::Create(directory.Path("file"));
+    for (unsigned bit = 40; bit != 64; ++bit)
+    {
+        const ioSize position = ioSize{1} << bit;
+        const ioSize before = output->GetPosition();
+        input->SetPosition(position);
+        if (input->GetPosition() == position)
+        {
+            output->SetPosition(position);
+            EXPECT_EQ(output->GetPosition(), position);
+        }
+        else
+        {
+            EXPECT_EQ(input->GetPosition(), before);
+            EXPECT_THAT(Thrown([&] { output->SetPosition(position); }), Says(EINVAL, kSetPosition));
+            EXPECT_EQ(output->GetPosition(), before);
+        }
+    }
+    EXPECT_LE(output->GetPosition(), kTooFar / 2);
 }
 
 TEST(PlaceholderStreams, CarryANameAndNoData)

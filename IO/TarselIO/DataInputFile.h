@@ -13,7 +13,8 @@ namespace Tarsel::Core
 
 /// Reads a file on disk through the standard I/O library (ISO C `fopen` with "rb"), whose buffer is the only one.
 /// One thread at a time uses it: its FILE takes no lock, so no thread calls `fflush(nullptr)` or ends the process
-/// meanwhile. A directory opens too, as far as `fopen` allows it; its reads return 0 and its size means nothing.
+/// at the same time. A directory opens as well, as far as `fopen` allows it: its reads return 0 with EISDIR in `errno`,
+/// and its size means nothing (ext4: 2^63-1).
 class TARSEL_EXPORT DataInputFile : public virtual IDataInput
 {
 public:
@@ -35,7 +36,12 @@ public:
 
     // IByteDataInput
 
-    /// One `fread`. Returns less than `size` at the end of the file and after a read error. Never throws.
+    /// One `fread`. Returns less than `size` at the end of the file and after a read error. Never throws, and logs
+    /// nothing. To tell the two apart, set `errno` to 0 before the call: after a short count it is the read error, or
+    /// still 0 at the end of the file.
+    ///
+    /// The end is remembered: once a Read has reached it, glibc returns 0 also when the file has grown since.
+    /// `SetPosition(GetPosition())` makes the next Read look again.
     ioSize Read(uint8_t* data, ioSize size) override;
 
     // IDataInput
@@ -45,11 +51,12 @@ public:
     /// measured.
     ioSize GetSize() const override;
 
-    /// The position of the file, 2^64-1 if the system does not tell it.
+    /// The position in the file, 2^64-1 if the system does not report it.
     ioSize GetPosition() const override;
 
-    /// One `fseek`, whose failure goes unseen. A position past the end is accepted, reads there return 0; one of 2^63
-    /// or more is ignored.
+    /// One `fseek`, whose failure goes unseen. A position past the end is accepted, reads there return 0. A position of
+    /// 2^63 or more is ignored, and so is a smaller one where the file system ends earlier (ext4: 2^44); GetPosition
+    /// shows whether the stream has moved.
     void SetPosition(ioSize position) override;
 
     // ILockable

@@ -16,12 +16,14 @@ namespace Tarsel::Core
 /// operating system before it returns, so that the write that fails is the one that reports it.
 /// One thread at a time uses it.
 ///
-/// Every failure throws IOException with one record, TagDescription, which is the system's error text.
+/// Every failure that throws is an IOException with one record, TagDescription, which is the system's error text. A
+/// Write that fails may also return a short count instead.
 class TARSEL_EXPORT DataOutputFile : public virtual IDataOutput
 {
 public:
     /// Creates the missing directories above `path`, then creates the file or cuts an existing one to 0 bytes. Throws
-    /// when the file cannot be opened or cannot seek (a named pipe, for example).
+    /// when the file cannot be opened or cannot seek. A named pipe cannot seek; Create waits until it has a reader, and
+    /// throws then.
     static SP<IDataOutput> Create(const ioPath& path);
 
     /// Does the work of Create, which callers use.
@@ -41,8 +43,15 @@ public:
 
     // IByteDataOutput
 
-    /// One `fwrite`, then one `fflush`, also for a `size` of 0. Returns the bytes that `fwrite` took. Throws when the
-    /// flush fails; the position has then advanced past bytes that may be in the file only in part.
+    /// One `fwrite`, then one `fflush`, also for a `size` of 0. Returns what `fwrite` returned, and throws when the
+    /// flush fails. When the disk is full or the file has reached its size limit, it depends on the size of the write
+    /// which of the two fails:
+    /// - a large write returns less than `size`, and the reason is in `errno`. The count may include bytes that did not
+    ///   reach the file;
+    /// - a small write throws.
+    ///
+    /// So compare the result with `size` and catch the exception as well. In both cases glibc drops the bytes that did
+    /// not reach the file, GetPosition reports the end of those that did, and the stream stays usable.
     ioSize Write(const uint8_t* data, ioSize size) override;
 
     // IDataOutput
@@ -55,11 +64,12 @@ public:
     /// end moves to it.
     void SetSize(ioSize size) override;
 
-    /// The position of the file, 2^64-1 if the system does not tell it.
+    /// The position in the file, 2^64-1 if the system does not report it. After a Write that failed it is the end of
+    /// the bytes that reached the file.
     ioSize GetPosition() const override;
 
-    /// Moves to `position`, 0 to 2^63-1; past the end, the next write leaves a gap of zero bytes. After a failure the
-    /// stream stays usable.
+    /// Moves to `position`; past the end, the next write leaves a gap of zero bytes. Throws for 2^63 and more, and for
+    /// less where the file system ends earlier (ext4: 2^44). The stream then stays where it is, and usable.
     void SetPosition(ioSize position) override;
 
     // ILockable
