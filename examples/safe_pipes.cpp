@@ -18,6 +18,7 @@
 #include <unistd.h>
 
 #include <Support/Program.h>
+#include <TarselGuard/GuardedFrameInput.h>
 #include <TarselIO/KitIO.h>
 
 namespace
@@ -25,6 +26,8 @@ namespace
 
 using Tarsel::SP;
 using namespace Tarsel::Core;
+
+constexpr ioSize kLongest = 1000;  // of all messages, in bytes
 
 /// Returns the result of a system call, or throws what `errno` says when that is -1.
 int Check(int result, const std::string& what)
@@ -124,6 +127,34 @@ bool EndReading(const std::string& fifo)
     const bool written = ::write(end, &empty, sizeof(empty)) == sizeof(empty);
     ::close(end);
     return written;
+}
+
+/// The two FIFOs of one connection. No second sender gets their names: what a sender that was killed has left in a FIFO
+/// would become a part of the next one's messages.
+struct Connection
+{
+    std::string toReceiver;
+    std::string toSender;
+};
+
+Connection MakeConnection(const std::string& folder)
+{
+    return {MakeFifo(folder, &GeneratePipeName), MakeFifo(folder, &GeneratePipeName)};
+}
+
+/// Waits for the sender, which opens the two in the same order.
+SP<IDataChannel> Accept(const Connection& connection, bool threaded)
+{
+    const SP<IByteDataInput> input = DataInputPipe::Create(connection.toReceiver, false);
+    const SP<IByteDataOutput> output = DataOutputPipe::Create(connection.toSender, false);
+    return CommunicationChannel::Create(GuardedFrameInput::Create(input, kLongest, nullptr), output, threaded);
+}
+
+/// For the time when the channel is gone.
+void Remove(const Connection& connection)
+{
+    ::unlink(connection.toReceiver.c_str());
+    ::unlink(connection.toSender.c_str());
 }
 
 // The rest proves that these do what they say, and why they are needed.
@@ -243,6 +274,89 @@ void ProveWriters(const std::string& fifo)
     Require(writer.get() == 0, "So does the end of the last reader: 0 is returned, and no signal comes");
 }
 
+/// A message of 100 bytes as it travels, all of which are `mark`.
+std::string FrameOf(char mark)
+{
+    const ioSize size = 100;
+    return std::string(reinterpret_cast<const char*>(&size), sizeof(size)) + std::string(size, mark);
+}
+
+/// Starts a sender that sends one message and is killed after the first bytes of another one.
+pid_t StartSender(const Connection& connection, char mark, std::size_t cutAfter)
+{
+    const std::string bytes = FrameOf(mark) + FrameOf(mark).substr(0, cutAfter);
+    const pid_t child = Check(::fork(), "fork");
+    if (child == 0)
+    {
+        const int output = ::open(connection.toReceiver.c_str(), O_WRONLY);
+        const int input = ::open(connection.toSender.c_str(), O_RDONLY);
+        const bool sent = input != -1 && ::write(output, bytes.data(), bytes.size()) != -1;
+        ::kill(::getpid(), sent ? SIGKILL : SIGABRT);
+    }
+    return child;
+}
+
+/// What came through a direct channel, up to its end.
+struct Received
+{
+    int whole = 0;
+    int mixed = 0;  // of two senders
+};
+
+void Receive(IDataChannel& channel, Received& received)
+{
+    while (const ioSize size = channel.ReadHeader())
+    {
+        std::string message(size, '\0');
+        channel.Read(reinterpret_cast<uint8_t*>(message.data()), size);
+        ++(message == std::string(100, message[0]) ? received.whole : received.mixed);
+    }
+}
+
+void ProveThatOneFifoMixes(const std::string& folder)
+{
+    const Connection connection = MakeConnection(folder);
+    const pid_t killed = StartSender(connection, 'a', 50);
+    const SP<IDataChannel> channel = Accept(connection, false);
+    ::waitpid(killed, nullptr, 0);
+    ::waitpid(StartSender(connection, 'b', 50), nullptr, 0);
+    Received received;
+    Receive(*channel, received);
+    Remove(connection);
+    Require(received.mixed == 1, "A sender that takes over a FIFO completes the message of the one that was killed");
+}
+
+/// The next sender is there before anybody has looked at what the last one has left, which is cut at every place.
+void ProveThatFreshFifosDoNot(const std::string& folder)
+{
+    constexpr int kSenders = 500;
+    Received received;
+    int killed = 0;
+    Connection lastConnection;
+    SP<IDataChannel> last;
+    for (int i = 0; i != kSenders; ++i)
+    {
+        const Connection connection = MakeConnection(folder);
+        const std::size_t cutAfter = 1 + static_cast<std::size_t>(i) % (FrameOf('a').size() - 1);
+        const pid_t sender = StartSender(connection, static_cast<char>('a' + i % 26), cutAfter);
+        const SP<IDataChannel> channel = Accept(connection, false);
+        int status = 0;
+        ::waitpid(sender, &status, 0);
+        killed += WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL ? 1 : 0;
+        if (last != nullptr)
+        {
+            Receive(*last, received);
+            Remove(lastConnection);
+        }
+        last = channel;
+        lastConnection = connection;
+    }
+    Receive(*last, received);
+    Remove(lastConnection);
+    Require(killed == kSenders && received.whole == kSenders && received.mixed == 0,
+            "500 senders that are killed within a message mix none, each with FIFOs of its own");
+}
+
 void ProveAll(const std::vector<std::string>& /*operands*/)
 {
     ::alarm(120);  // what is not true may well hang
@@ -252,6 +366,8 @@ void ProveAll(const std::vector<std::string>& /*operands*/)
     ProveChildren(fifo);
     ProveMessages(fifo);
     ProveWriters(fifo);
+    ProveThatOneFifoMixes(folder);
+    ProveThatFreshFifosDoNot(folder);
     std::filesystem::remove_all(folder);
 }
 

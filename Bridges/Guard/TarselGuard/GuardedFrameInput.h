@@ -37,6 +37,10 @@ enum class FrameEnd
 /// that is too long or cut ends the stream instead, so that the channel's background loop ends cleanly and ReadHeader
 /// gives 0. It looks at lengths alone: what is in a message is for the program to check.
 ///
+/// A cut frame is one after which the source ends. If a sender is killed within a frame and another one opens the same
+/// FIFO before that, the source does not end: the first bytes of the new sender complete the frame, which passes. Give
+/// each connection FIFOs of its own, and make a new guard and a new channel for it.
+///
 /// It asks its source once for each header and once for each payload and takes a short count for the end, as the
 /// channel needs an input that delivers what it is asked for. The pipes do. One with the Default protocol gives 0
 /// instead of a short count, so that a cut header looks like EndOfStream; the Raw protocol tells them apart.
