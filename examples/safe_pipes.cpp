@@ -1,6 +1,7 @@
 // The recipes of docs/safety.md at work on real pipes and processes. Prints a line for each claim that it has proved.
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
@@ -15,6 +16,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 
 #include <Support/Program.h>
@@ -157,6 +159,27 @@ void Remove(const Connection& connection)
     ::unlink(connection.toSender.c_str());
 }
 
+/// The length that a handler was told last. The reader sets it to 0.
+struct Note : IDataAvailableHandler
+{
+    void OnDataAvailable(ioSize size) override { length = size; }
+    std::atomic<ioSize> length{0};
+};
+
+/// Installs the handler of a channel whose peer may have sent already. Returns the message that is there, or nothing.
+std::string InstallHandler(IDataChannel& channel, Note& note)
+{
+    channel.SetDataAvailableHandler(&note);
+    if (!channel.IsDataAvaliable())
+    {
+        return {};  // the handler is told of every message from now on
+    }
+    note.length = 0;  // before Read: the handler may have been told of this very message
+    std::string message(kLongest, '\0');
+    message.resize(channel.Read(reinterpret_cast<uint8_t*>(message.data()), message.size()));
+    return message;
+}
+
 // The rest proves that these do what they say, and why they are needed.
 
 void Require(bool proof, const char* claim)
@@ -274,6 +297,35 @@ void ProveWriters(const std::string& fifo)
     Require(writer.get() == 0, "So does the end of the last reader: 0 is returned, and no signal comes");
 }
 
+/// Waits for what another thread does at once.
+void Await(const std::function<bool()>& condition)
+{
+    while (!condition())
+    {
+        std::this_thread::yield();
+    }
+}
+
+void ProveHandler(const std::string& fifo)
+{
+    Ends ends = Open(fifo);
+    const SP<IDataChannel> channel = Listen(ends.input);
+    const auto send = [sender = CommunicationChannel::Create(ends.input, ends.output, false)](const std::string& text)
+    { sender->Write(reinterpret_cast<const uint8_t*>(text.data()), text.size()); };
+    Note note;
+    send("early");
+    Await([&] { return channel->IsDataAvaliable(); });
+    Require(InstallHandler(*channel, note) == "early", "A message that came before the handler is found");
+    send("reported");
+    Await([&] { return note.length == 8; });
+    Require(InstallHandler(*channel, note) == "reported" && note.length == 0, "One that both report is read once");
+    Require(InstallHandler(*channel, note).empty(), "Where nothing has come there is nothing to read");
+    send("announced");
+    Await([&] { return note.length == 9; });
+    Require(note.length == 9, "From then on the handler is told");
+    channel->SetDataAvailableHandler(nullptr);
+}
+
 /// A message of 100 bytes as it travels, all of which are `mark`.
 std::string FrameOf(char mark)
 {
@@ -366,6 +418,7 @@ void ProveAll(const std::vector<std::string>& /*operands*/)
     ProveChildren(fifo);
     ProveMessages(fifo);
     ProveWriters(fifo);
+    ProveHandler(fifo);
     ProveThatOneFifoMixes(folder);
     ProveThatFreshFifosDoNot(folder);
     std::filesystem::remove_all(folder);
