@@ -43,6 +43,16 @@ std::string Bytes(const std::string& digits)
     return bytes;
 }
 
+// Writes the low `count` bits of `value`, at most 64.
+void WriteWide(DataBitOutput& bits, std::uint64_t value, ioSize count)
+{
+    for (; count > 8; count -= 8)
+    {
+        bits.WriteBits(static_cast<uint8_t>(value >> (count - 8)), 8);
+    }
+    bits.WriteBits(static_cast<uint8_t>(value), count);
+}
+
 }  // namespace
 
 TEST(DataBitOutput, AgreesWithAModel)
@@ -122,6 +132,25 @@ TEST(DataBitInput, LosesTheBitsThatAFailedCallHadTaken)
         input->result = lie;
         EXPECT_THAT(Thrown([&] { reader.ReadBits(lie == 2 ? 5 : kHuge); }), kFailure);
         EXPECT_EQ(reader.BitsLeft(), 0U);
+    }
+}
+
+TEST(DataBitOutput, TakesTheLowEightBitsOfAValue)
+{
+    std::string bytes;
+    DataBitOutput writer(DataOutputString::Create(&bytes));
+    writer.WriteBits(static_cast<uint8_t>(1000), 10);
+    const auto values = {std::pair(1000ULL, 10U), {5, 3}, {0xAB, 8}, {0xFEDCBA9876543210, 64}, {0x1FF, 9}, {7, 0}};
+    for (const auto& [value, count] : values)
+    {
+        WriteWide(writer, value, count);
+    }
+    writer.Flush();
+    DataBitInput reader(DataInputString::Create(&bytes));
+    EXPECT_EQ(reader.ReadBits(10), 232U);
+    for (const auto& [value, count] : values)
+    {
+        EXPECT_EQ(reader.ReadBits(count), count != 0 ? value : 0);
     }
 }
 

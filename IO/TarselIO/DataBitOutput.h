@@ -8,8 +8,18 @@
 namespace Tarsel::Core
 {
 
-/// Writes values bit by bit to a seekable stream, the most significant bit first; DataBitInput reads them back with
-/// the same counts. A plain object of the caller's, used by one thread at a time.
+/// Writes values of up to 8 bits, bit by bit, to a seekable stream. The most significant bit goes first; DataBitInput
+/// reads the values back with the same counts. A plain object of the caller's, used by one thread at a time.
+///
+/// A wider value is written in pieces, the top one first. `WriteBits(1000, 10)` would write 232, the low 8 bits:
+///
+/// ```cpp
+/// for (; count > 8; count -= 8)  // count is at most 64
+/// {
+///     bits.WriteBits(static_cast<uint8_t>(value >> (count - 8)), 8);
+/// }
+/// bits.WriteBits(static_cast<uint8_t>(value), count);
+/// ```
 ///
 /// Each completed byte goes out at once by one Write of 1 byte, whose result is not looked at. What that Write throws
 /// passes through; the byte is then kept and written again by the next call that appends at least one bit. Bits
@@ -20,8 +30,8 @@ public:
     /// Writes to wherever `output`, which is not null, stands. Holds one reference to it.
     explicit DataBitOutput(const SP<IDataOutput>& output);
 
-    /// Appends the low `count` bits of `value`, the most significant of them first. Bits above the 8 that `value` has
-    /// are 0, for any count.
+    /// Appends the low `count` bits of `value`, the most significant of them first. `value` has 8 bits, to which a
+    /// larger argument is cut; a `count` above 8 puts zero bits in front of them.
     void WriteBits(uint8_t value, ioSize count)
     {
         while (count != 0)
