@@ -65,6 +65,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "${kitio_package_runtime} (= ${KitIO_VERSION}-${kitio_debian_revision})"
     "libboost${kitio_boost_release}-dev" "libboost-thread${kitio_boost_release}-dev")
+# For programs that quiet the log themselves, as the README shows; the headers do without it.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "libgoogle-glog-dev")
 list(JOIN CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", " CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS)
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Reference-counted byte streams behind a few small interfaces, bit readers and
 writers, named pipes, and a message channel that joins two processes.

@@ -1,5 +1,6 @@
 #include <TarselGuard/GuardedFrameInput.h>
 
+#include <cstdio>
 #include <fcntl.h>
 #include <future>
 #include <malloc.h>
@@ -170,6 +171,31 @@ TEST_F(Guard, TellsOnlyThroughARawPipeThatAHeaderIsCut)
     }
     using End = FrameEnd;
     EXPECT_THAT(ends, ElementsAre(End::EndOfStream, End::CutHeader, End::CutPayload, End::CutPayload));
+}
+
+// What the test before this one writes to standard error when it is started like this.
+std::string LogWith(const std::string& environment)
+{
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe");
+    const std::string command = environment + " '" + program +
+                                "' --gtest_filter=Guard.TellsOnlyThroughARawPipeThatAHeaderIsCut 2>&1 >/dev/null";
+    std::FILE* const output = ::popen(command.c_str(), "r");
+    std::string lines;
+    for (char block[1000]; std::fgets(block, sizeof block, output) != nullptr;)
+    {
+        lines += block;
+    }
+    EXPECT_EQ(::pclose(output), 0);
+    return lines;
+}
+
+TEST(Log, IsQuietedByTheEnvironment)
+{
+    const std::string everything = LogWith("GLOG_minloglevel=0");
+    const std::string warnings = LogWith("GLOG_minloglevel=1");
+    EXPECT_THAT(everything, testing::HasSubstr("bytes have been read"));
+    EXPECT_THAT(warnings, testing::HasSubstr("The read syscall returned EOF"));
+    EXPECT_THAT(warnings, testing::Not(testing::HasSubstr("bytes have been read")));
 }
 
 }  // namespace
