@@ -12,8 +12,12 @@
 namespace Tarsel
 {
 
-/// The root of the library's exceptions. What went wrong is told by the records (ErrorTags.h) and by the throw
-/// location, not by `what()`: `boost::diagnostic_information(e)` prints all of it. Copies keep the records.
+/// The root of the library's exceptions. What went wrong is in the records (ErrorTags.h) and in the throw location, not
+/// in `what()`. To print all of it include `<boost/exception/diagnostic_information.hpp>` and call
+/// `boost::diagnostic_information(e)`; for a single record `<boost/exception/get_error_info.hpp>` is enough.
+///
+/// Copies keep the records and share them, without a lock: one thread at a time uses an exception and all its copies,
+/// also those behind a std::exception_ptr. To report one on several threads, pass on its text.
 class TARSEL_EXPORT Exception : public virtual std::exception, public virtual boost::exception
 {
 public:
