@@ -14,8 +14,9 @@ struct TagCallStack;
 struct TagSystemErrorCode;
 
 /// \name Records that exceptions carry
-/// A handler reads a record by its short name, `boost::get_error_info<ErrorFilename>(e)`, which is null where the throw
-/// attached none. What is told of a class names its records by their keys, such as TagFilename.
+/// A catch block reads a record by its short name, `boost::get_error_info<ErrorFilename>(e)`, which is null where the
+/// throw attached none. That takes `#include <boost/exception/get_error_info.hpp>`, which this header leaves out. The
+/// comments of the classes name records by their keys, such as TagFilename.
 /// @{
 
 /// The path of the file concerned, UTF-8.
