@@ -13,6 +13,7 @@
 
 #include <boost/thread/exceptions.hpp>
 #include <boost/uuid/entropy_error.hpp>
+#include <gmock/gmock.h>
 #include <unicode/uclean.h>
 
 #include <TarselGuard/GuardedFrameInput.h>
@@ -21,6 +22,7 @@
 
 #include "Support/LogCapture.h"
 #include "Support/Records.h"
+#include "Support/ScriptedStreams.h"
 #include "Support/SizeLimit.h"
 #include "Support/SystemCalls.h"
 #include "Support/TemporaryDirectory.h"
@@ -537,6 +539,43 @@ TEST_P(FaultSweep, EndsAsDocumented)
     }
     EXPECT_GT(runs, 0);
     std::cout << points.size() << " calls, " << runs << " runs\n";
+}
+
+// Once it has delivered a payload, there is no memory for another copy of it.
+struct LastBlockInput : ScriptedInput
+{
+    using ScriptedInput::ScriptedInput;
+    ioSize Read(uint8_t* data, ioSize count) override
+    {
+        const ioSize done = ScriptedInput::Read(data, count);
+        ThisThreadsMemory().largest = count > sizeof count ? count - 1 : MemoryLimits().largest;
+        return done;
+    }
+};
+
+TEST(Guard, IsNotToldThatItsChannelHasNoMemory)
+{
+    FLAGS_minloglevel = google::GLOG_WARNING;
+    LogCapture log;
+    const std::string payload(1U << 20U, 'x');
+    const SP<LastBlockInput> source(new LastBlockInput(Header(payload.size()) + payload + Header(1) + "y"));
+    std::vector<FrameEnd> ends;
+    const auto note = [&ends](FrameEnd end) { ends.push_back(end); };
+    std::string sent;
+    auto channel = CommunicationChannel::Create(
+        GuardedFrameInput::Create(source, payload.size(), note), DataOutputString::Create(&sent), true);
+    std::vector<LogLine> lines;
+    while (lines.empty())
+    {
+        std::this_thread::yield();
+        lines = log.Take();
+    }
+    EXPECT_EQ(lines.size(), 1U);
+    EXPECT_THAT(lines[0].text, testing::HasSubstr("std::bad_alloc"));
+    EXPECT_FALSE(channel->IsDataAvaliable());
+    channel = nullptr;
+    EXPECT_THAT(ends, testing::IsEmpty());
+    EXPECT_THAT(source->reads, testing::ElementsAre(8, payload.size())) << "the next message stays where it is";
 }
 
 // The sweep has looked at the descriptors of each of its runs; here the system itself has none left.

@@ -46,7 +46,8 @@ enum class FrameEnd
 /// instead of a short count, so that a cut header looks like EndOfStream; the Raw protocol tells them apart.
 ///
 /// It holds one payload, at most the limit, in one block that is freed before a larger one is made. The channel itself
-/// holds a message up to two times more, and a third for the moment in which one of these grows.
+/// holds a message up to two times more, and a third for the moment in which one of these grows. If the channel has no
+/// memory for that, it ends without the guard: see EndHandler.
 class TARSEL_EXPORT GuardedFrameInput : public RefCounted<IByteDataInput>
 {
 public:
@@ -55,6 +56,10 @@ public:
     /// for good; and the last reference to it must not be dropped here. Must stay callable until the channel has gone:
     /// its release may be what ends the source, and from then on nothing of the channel may be used here. What it
     /// throws passes through Read: a threaded channel logs it and ends.
+    ///
+    /// It is not called when a threaded channel ends by itself: because there was no memory for a message that the
+    /// guard had passed on, or because the channel's own handler threw. The log then has one ERROR record, the channel
+    /// behaves as after an empty frame, and nothing more is read, so that the peer's writes come to wait.
     using EndHandler = std::function<void(FrameEnd end)>;
 
     /// Guards `source`, which is not null. `limit` is the longest payload that passes, in bytes; 0 lets only empty
