@@ -159,7 +159,7 @@ void Remove(const Connection& connection)
     ::unlink(connection.toSender.c_str());
 }
 
-/// The length that a handler was told last. The reader sets it to 0.
+/// The length that a handler was last called with. The reader sets it to 0.
 struct Note : IDataAvailableHandler
 {
     void OnDataAvailable(ioSize size) override { length = size; }
@@ -172,9 +172,9 @@ std::string InstallHandler(IDataChannel& channel, Note& note)
     channel.SetDataAvailableHandler(&note);
     if (!channel.IsDataAvaliable())
     {
-        return {};  // the handler is told of every message from now on
+        return {};  // the handler is called for every message from now on
     }
-    note.length = 0;  // before Read: the handler may have been told of this very message
+    note.length = 0;  // before Read: the handler may have been called for this very message
     std::string message(kLongest, '\0');
     message.resize(channel.Read(reinterpret_cast<uint8_t*>(message.data()), message.size()));
     return message;
@@ -322,7 +322,7 @@ void ProveHandler(const std::string& fifo)
     Require(InstallHandler(*channel, note).empty(), "Where nothing has come there is nothing to read");
     send("announced");
     Await([&] { return note.length == 9; });
-    Require(note.length == 9, "From then on the handler is told");
+    Require(note.length == 9, "From then on the handler is called");
     channel->SetDataAvailableHandler(nullptr);
 }
 

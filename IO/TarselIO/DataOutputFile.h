@@ -44,8 +44,7 @@ public:
     // IByteDataOutput
 
     /// One `fwrite`, then one `fflush`, also for a `size` of 0. Returns what `fwrite` returned, and throws when the
-    /// flush fails. When the disk is full or the file has reached its size limit, it depends on the size of the write
-    /// which of the two fails:
+    /// flush fails. When the disk is full or the file has reached its size limit, the size of the write decides:
     /// - a large write returns less than `size`, and the reason is in `errno`. The count may include bytes that did not
     ///   reach the file;
     /// - a small write throws.

@@ -59,7 +59,7 @@ public:
     ///
     /// It is not called when a threaded channel ends by itself: because there was no memory for a message that the
     /// guard had passed on, or because the channel's own handler threw. The log then has one ERROR record, the channel
-    /// behaves as after an empty frame, and nothing more is read, so that the peer's writes come to wait.
+    /// behaves as after an empty frame, and nothing more is read, so that the peer's writes block.
     using EndHandler = std::function<void(FrameEnd end)>;
 
     /// Guards `source`, which is not null. `limit` is the longest payload that passes, in bytes; 0 lets only empty
