@@ -5,7 +5,6 @@
 #include <dlfcn.h>
 #include <future>
 #include <pthread.h>
-#include <thread>
 
 #include <boost/thread/scoped_thread.hpp>
 #include <boost/thread/thread.hpp>
@@ -15,6 +14,7 @@
 #include <TarselIO/DataInputString.h>
 #include <TarselIO/DataOutputFF.h>
 
+#include "Support/Await.h"
 #include "Support/LogCapture.h"
 #include "Support/SystemCalls.h"
 
@@ -25,23 +25,11 @@ using testing::ElementsAre;
 namespace
 {
 
-constexpr std::chrono::seconds kDeadline(20);
 constexpr ioSize kLarge = ioSize{1} << 20;
 
 std::string Frame(ioSize length)
 {
     return std::string(reinterpret_cast<const char*>(&length), sizeof length) + std::string(length, 'x');
-}
-
-// Fails the test if that does not come about.
-void Await(const std::atomic<bool>& condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
-    while (!condition)
-    {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-        std::this_thread::yield();
-    }
 }
 
 // Leaves the thread that reads no memory for what follows a payload.
@@ -96,7 +84,7 @@ void PauseAtChosenMutex()
     if (mutexesToGo != 0 && --mutexesToGo == 0)
     {
         arrived = true;
-        Await(mayGoOn);
+        Await([] { return mayGoOn.load(); });
     }
 }
 
@@ -106,7 +94,7 @@ struct StubbornInput : DataInputString
     explicit StubbornInput(const std::string* source) : DataInputString(source) {}
     ioSize Read(uint8_t* /*data*/, ioSize /*size*/) override
     {
-        Await(mayReturn);
+        Await([this] { return mayReturn.load(); });
         return 0;
     }
     void Cancel() override { cancelled = true; }
@@ -129,9 +117,9 @@ TEST(ChannelFaults, WakesAReaderThatIsAboutToWaitWhenItIsDestroyed)
         });
     std::future<ioSize> count = read.get_future();
     const boost::scoped_thread<boost::interrupt_and_join_if_joinable> reader(boost::thread(std::move(read)));
-    Await(arrived);
+    Await([] { return arrived.load(); });
     std::future<void> destruction = std::async(std::launch::async, [&] { channel.reset(); });
-    Await(input->cancelled);
+    Await([&] { return input->cancelled.load(); });
     EXPECT_NE(destruction.wait_for(std::chrono::milliseconds(20)), std::future_status::ready);
     mayGoOn = true;
     ASSERT_EQ(count.wait_for(kDeadline), std::future_status::ready);

@@ -13,6 +13,7 @@
 #include <TarselException/GetCallStack.h>
 #include <TarselIO/DataInputFF.h>
 
+#include "Support/Await.h"
 #include "Support/LogCapture.h"
 #include "Support/ScriptedStreams.h"
 
@@ -26,7 +27,6 @@ using Sizes = std::vector<ioSize>;
 namespace
 {
 
-constexpr std::chrono::seconds kDeadline(20);
 constexpr std::chrono::milliseconds kMoment(20);  // how long to look at what must not go on meanwhile
 constexpr auto kReady = std::future_status::ready;
 constexpr ioSize kInputsResult = 12345;  // unlike any count of bytes, to show where it goes
@@ -38,17 +38,6 @@ std::string StageOf(ThreadData* thread)
 {
     const boost::lock_guard<boost::mutex> lock(thread->data_mutex);
     return thread->done ? "ended" : thread->current_cond != nullptr ? "waits" : "runs";
-}
-
-// Fails the test if that does not come about.
-void Await(const std::function<bool()>& condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
-    while (!condition())
-    {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-        std::this_thread::yield();
-    }
 }
 
 std::string Bytes(ioSize number)

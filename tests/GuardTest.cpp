@@ -12,6 +12,7 @@
 #include <TarselIO/DataInputPipe.h>
 #include <TarselIO/Protocols/ByteDataInputRawProtocol.h>
 
+#include "Support/Await.h"
 #include "Support/LogCapture.h"
 #include "Support/ScriptedStreams.h"
 #include "Support/TemporaryDirectory.h"
@@ -105,14 +106,17 @@ TEST_F(Guard, EndsAChannelAndTellsWhy)
         SCOPED_TRACE(testing::PrintToString(bytes.substr(0, 9)));
         const SP<Source> source(new Source(Frame(kLongest) + bytes));
         std::promise<FrameEnd> why;
-        input = GuardedFrameInput::Create(source, kLimit, [&why](FrameEnd told) { why.set_value(told); });
+        input = GuardedFrameInput::Create(source, kLimit, [&why](FrameEnd reason) { why.set_value(reason); });
         const auto channel = CommunicationChannel::Create(input, SP<ScriptedOutput>(new ScriptedOutput), threaded);
         EXPECT_EQ(threaded ? kLimit : channel->ReadHeader(), kLimit);
+        Await([&] { return !threaded || channel->IsDataAvaliable(); });
         std::string message(kLimit, '-');
         EXPECT_EQ(channel->Read(reinterpret_cast<uint8_t*>(message.data()), kLimit), kLimit);
         EXPECT_EQ(message, kLongest);
         EXPECT_EQ(threaded ? 0 : channel->ReadHeader(), 0);
-        EXPECT_EQ(why.get_future().get(), end);
+        std::future<FrameEnd> told = why.get_future();
+        ASSERT_EQ(told.wait_for(kDeadline), std::future_status::ready);
+        EXPECT_EQ(told.get(), end);
         EXPECT_FALSE(channel->IsDataAvaliable());
         const std::size_t reads = source->reads.size();
         EXPECT_EQ(threaded || end == FrameEnd::Farewell ? 0 : channel->ReadHeader(), 0);

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <thread>
 
+#include "Support/Await.h"
 #include "Support/Mocks.h"
 #include "Support/PipeFixture.h"
 #include "Support/Records.h"
@@ -53,12 +54,7 @@ TYPED_TEST(Pipe, LosesNothingInAStormOfSignals)
     {
         std::atomic<bool> interrupted = false;
         this->log.When("The " + call + " syscall has been interrupted", [&] { interrupted = true; });
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (!interrupted)
-        {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << call;
-            std::this_thread::yield();
-        }
+        Await([&] { return interrupted.load(); });
     };
     std::thread otherSide(
         [&]

@@ -158,7 +158,7 @@ TEST(StdStream, StandardStreamsThatMoveInPartsLoseNothing)
         EXPECT_EQ(input->GetPosition(), position + expected.size());
     }
     const SP<IDataOutput> output = DataOutputOstream::Create(&stream);
-    for (const std::string& text : {"a", "bcdef", "gh"})
+    for (const std::string_view text : {"a", "bcdef", "gh"})
     {
         EXPECT_EQ(output->Write(reinterpret_cast<const uint8_t*>(text.data()), text.size()), text.size());
     }

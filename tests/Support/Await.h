@@ -1,0 +1,21 @@
+#pragma once
+
+#include <chrono>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+/// How long a test waits for what has to happen. Far longer than that takes, on a busy machine as well.
+constexpr std::chrono::seconds kDeadline(20);
+
+/// Waits until `condition()` is true. Fails the test if that takes longer than the deadline.
+template <class Condition>
+void Await(Condition condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+    while (!condition())
+    {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        std::this_thread::yield();
+    }
+}
