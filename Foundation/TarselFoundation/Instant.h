@@ -16,9 +16,6 @@ struct Instant
     {
         return left.seconds == right.seconds && left.nanoseconds == right.nanoseconds;
     }
-
-    /// The opposite of ==.
-    friend constexpr bool operator!=(const Instant& left, const Instant& right) { return !(left == right); }
 };
 
 }  // namespace Tarsel::Foundation
