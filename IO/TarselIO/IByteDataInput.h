@@ -17,9 +17,10 @@ protected:
     ~IByteDataInput() override;
 
 public:
-    /// Copies at most `size` bytes to `data` and returns how many it copied. A short count is no error; 0 means the
-    /// end of the data or a `size` of 0; in pipes and endpoints also a failure, of which the log tells. `data` has room
-    /// for `size` bytes and is not kept after the call. May block where the bytes come from another process or thread.
+    /// Copies at most `size` bytes to `data` and returns how many it copied. Returns 0 at the end of the data or
+    /// if `size` is 0. Files, pipes and endpoints also return 0, or a short count, on failure; pipes and endpoints log
+    /// the cause. `data` has room for `size` bytes and is not kept after the call. May block where the bytes come from
+    /// another process or thread.
     virtual ioSize Read(uint8_t* data, ioSize size) = 0;
 
     /// Asks a blocked Read to give up, where the implementation can. This default does nothing.
