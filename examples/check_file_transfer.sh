@@ -31,7 +31,7 @@ refuse 'are the same file' file_transfer target link
     ulimit -f 1000
     refuse 'ended by a signal: File size limit' file_transfer pieces target
     trap '' XFSZ  # otherwise the limit ends the receiver
-    refuse 'target: cannot be written completely' file_transfer pieces target
+    refuse 'target: File too large' file_transfer pieces target
 )
 command_line file_transfer one
 

@@ -1,5 +1,5 @@
 // Copies a file from one process to another over a pair of named pipes. The sender reads it with a file input stream
-// and sends it in pieces, the receiver writes these with a file output stream. Both digest the bytes; only when the
+// and sends it in pieces, the receiver writes these to a file that has no name yet. Both digest the bytes; only when the
 // digests agree does the receiver give the new file its name.
 //
 // Support/Connection shows how pipes become a channel and how messages are received, Support/TwoProcesses how the
@@ -36,9 +36,8 @@ constexpr char kHelp[] =
     "\n"
     "Starts a second process and sends it the file SOURCE over a named pipe; the second process writes TARGET. Both\n"
     "digest all bytes with MD5, and the digests are compared. Prints the digest as md5sum does, the number of bytes\n"
-    "and the throughput. TARGET is written under another name in the same directory, and replaced only when all of "
-    "SOURCE\n"
-    "has arrived: after a failure it is what it was before.\n"
+    "and the throughput. TARGET gets its name, or is replaced, only when all of SOURCE has arrived: after a failure it\n"
+    "is what it was before.\n"
     "\n"
     "  SOURCE         the file to read, of any size\n"
     "  TARGET         the file to write, in a directory that exists\n"

@@ -1,14 +1,15 @@
 #include <Support/TargetFile.h>
 
 #include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
 #include <stdexcept>
+#include <sys/xattr.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 #include <Support/FileReader.h>
-#include <TarselIO/DataOutputFile.h>
-#include <TarselIO/IOException.h>
 
 namespace Examples
 {
@@ -17,59 +18,146 @@ namespace
 
 namespace fs = std::filesystem;
 
-void CheckReplaceable(const fs::path& target)
+constexpr int kFlags = O_WRONLY | O_CLOEXEC;
+constexpr mode_t kNewFile = 0666;  // less the umask, or what the directory's default access list allows
+constexpr mode_t kOwnersOnly = 0600;
+constexpr mode_t kPermissions = 0777;
+
+/// The file that `name` leads to, or will lead to once it exists. RequireRegularFile has asked the system, which
+/// refuses links that it holds for a trap or that go round in a circle.
+fs::path FollowLinks(fs::path name)
 {
-    RequireRegularFile(target.string());
-    if (!target.has_filename())
+    RequireRegularFile(name.string());
+    while (fs::is_symlink(fs::symlink_status(name)))
     {
-        throw std::runtime_error("'" + target.string() + "' is not the name of a file");
+        name = name.parent_path() / fs::read_symlink(name);
     }
-    if (fs::exists(target) && ::access(target.c_str(), W_OK) != 0)
-    {
-        throw std::system_error(errno, std::generic_category(), target.string());
-    }
+    return name;
+}
+
+/// Where the system has the process's descriptors, through which a file without a name can get one.
+std::string DescriptorPath(int descriptor)
+{
+    return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
+/// The mode without what the owning group can do more, or less, than everybody else.
+mode_t WithoutGroup(mode_t mode)
+{
+    const mode_t common = (mode >> 3U) & mode & 07U;
+    return (mode & 0700U) | common << 3U | common;
 }
 
 }  // namespace
 
-TargetFile::TargetFile(const std::string& name, TemporaryFiles& files)
-    : m_name(fs::weakly_canonical(name).string())  // not a link, but where it points to
+TargetFile::TargetFile(TemporaryFiles& files, std::string path) : m_files(files), m_name(std::move(path))
+{
+}
+
+TargetFile::TargetFile(const std::string& name, TemporaryFiles& files) : TargetFile(files, FollowLinks(name).string())
 {
     const fs::path target = m_name;
-    CheckReplaceable(target);
-    m_partialName = files.MakeFile(target.parent_path());
-    if (fs::exists(target))
+    if (!target.has_filename())
     {
-        fs::permissions(m_partialName, fs::status(target).permissions());
+        throw std::runtime_error("'" + m_name + "' is not the name of a file");
     }
+    if (::stat(m_name.c_str(), &m_replaced) == 0)
+    {
+        Check(::access(m_name.c_str(), W_OK));
+    }
+    Open(target.has_parent_path() ? target.parent_path().string() : ".");
+}
+
+TargetFile::~TargetFile()
+{
+    ::close(m_descriptor);
+    m_files.Remove(m_partialName);
+}
+
+void TargetFile::Open(const std::string& directory)
+{
+    m_descriptor = ::open(directory.c_str(), O_TMPFILE | kFlags, kNewFile);
+    m_nameless = m_descriptor != -1 && ::access(DescriptorPath(m_descriptor).c_str(), F_OK) == 0;
+    if (m_nameless)
+    {
+        m_mode = ModeOf(m_descriptor);
+        m_partialName = m_files.ReserveName(directory);
+        return;
+    }
+    if (m_descriptor == -1 && errno != EOPNOTSUPP && errno != EISDIR)
+    {
+        Check(-1);
+    }
+    ::close(m_descriptor);
+    // The mode is that of another file: whoever opened this one before its mode is narrowed could read it to its end.
+    const std::string pattern = m_files.MakeFile(directory, kNewFile);
+    m_descriptor = Check(::open(pattern.c_str(), kFlags | O_NOFOLLOW));
+    m_mode = ModeOf(m_descriptor);
+    ::close(std::exchange(m_descriptor, -1));
+    m_files.Remove(pattern);
+    m_partialName = m_files.MakeFile(directory, kOwnersOnly);
+    m_descriptor = Check(::open(m_partialName.c_str(), kFlags | O_NOFOLLOW));
 }
 
 void TargetFile::Write(const uint8_t* data, Tarsel::Core::ioSize size)
 {
-    try
+    while (size != 0)
     {
-        if (m_file == nullptr)
+        const ssize_t count = ::write(m_descriptor, data, size);
+        if (count != -1)
         {
-            m_file = Tarsel::Core::DataOutputFile::Create(m_partialName);
+            data += count;
+            size -= static_cast<Tarsel::Core::ioSize>(count);
         }
-        // When the disk is full the stream throws or returns a short count: that depends on whether the C library comes
-        // to know of it in the write or in the flush.
-        if (m_file->Write(data, size) != size)
+        else if (errno != EINTR)
         {
-            throw std::runtime_error(m_name + ": cannot be written completely, the disk may be full");
+            Check(-1);
         }
-    }
-    catch (const Tarsel::Core::IOException& error)
-    {
-        error << Tarsel::ErrorFilename(m_name);  // which the output stream leaves out
-        throw;
     }
 }
 
 void TargetFile::Keep()
 {
-    m_file.reset();
-    fs::rename(m_partialName, m_name);
+    try
+    {
+        Check(::fchmod(m_descriptor, m_replaced.st_nlink == 0 ? m_mode : TakeOverOwner()));
+        if (m_nameless)
+        {
+            const std::string descriptor = DescriptorPath(m_descriptor);
+            Check(::linkat(AT_FDCWD, descriptor.c_str(), AT_FDCWD, m_partialName.c_str(), AT_SYMLINK_FOLLOW));
+        }
+        Check(::close(std::exchange(m_descriptor, -1)));
+        Check(::rename(m_partialName.c_str(), m_name.c_str()));
+    }
+    catch (...)
+    {
+        m_files.Remove(m_partialName);
+        throw;
+    }
+}
+
+/// Returns the mode that goes with the owner and group that the file has then.
+mode_t TargetFile::TakeOverOwner() const
+{
+    const mode_t mode = m_replaced.st_mode & kPermissions;
+    // Where there is an access list, the mode has its limit in place of what the group may do.
+    const bool hasList = ::getxattr(m_name.c_str(), "system.posix_acl_access", nullptr, 0) > 0;
+    const bool hasGroup = ::fchown(m_descriptor, m_replaced.st_uid, m_replaced.st_gid) == 0 ||
+                          ::fchown(m_descriptor, static_cast<uid_t>(-1), m_replaced.st_gid) == 0;
+    return hasGroup && !hasList ? mode : WithoutGroup(mode);
+}
+
+mode_t TargetFile::ModeOf(int descriptor) const
+{
+    struct stat status = {};
+    Check(::fstat(descriptor, &status));
+    return status.st_mode & kPermissions;
+}
+
+/// The result of a system call, unless it failed.
+int TargetFile::Check(int result) const
+{
+    return result != -1 ? result : throw std::system_error(errno, std::generic_category(), m_name);
 }
 
 }  // namespace Examples

@@ -33,10 +33,12 @@ std::string MakeUnderNewName(NewName newName, Make make)
     }
 }
 
-int MakeEmptyFile(const char* name)
+std::string NewName(const std::filesystem::path& directory)
 {
-    const int descriptor = ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    return descriptor == -1 ? -1 : ::close(descriptor);
+    std::filesystem::path name = ".";
+    name += std::filesystem::path(Tarsel::Core::GenerateTempFileName()).filename();
+    name += ".part";
+    return (directory / name).string();
 }
 
 }  // namespace
@@ -52,16 +54,19 @@ std::string TemporaryFiles::MakePipe()
         MakeUnderNewName(&Tarsel::Core::GeneratePipeName, [](const char* name) { return ::mkfifo(name, 0600); }));
 }
 
-std::string TemporaryFiles::MakeFile(const std::filesystem::path& directory)
+std::string TemporaryFiles::MakeFile(const std::filesystem::path& directory, mode_t mode)
 {
-    const auto newName = [&directory]
+    const auto make = [mode](const char* name)
     {
-        std::filesystem::path name = ".";
-        name += std::filesystem::path(Tarsel::Core::GenerateTempFileName()).filename();
-        name += ".part";
-        return (directory / name).string();
+        const int descriptor = ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        return descriptor == -1 ? -1 : ::close(descriptor);
     };
-    return Keep(MakeUnderNewName(newName, &MakeEmptyFile));
+    return Keep(MakeUnderNewName([&directory] { return NewName(directory); }, make));
+}
+
+std::string TemporaryFiles::ReserveName(const std::filesystem::path& directory)
+{
+    return Keep(NewName(directory));
 }
 
 void TemporaryFiles::Remove(const std::string& name)

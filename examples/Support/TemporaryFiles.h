@@ -20,10 +20,14 @@ public:
     /// Makes a named pipe that only this user can open and returns its name.
     std::string MakePipe();
 
-    /// Makes an empty file in `directory` (empty: the current one) and returns its name.
-    std::string MakeFile(const std::filesystem::path& directory);
+    /// Makes an empty file in `directory` (empty: the current one) and returns its name. `mode` loses what the
+    /// process's umask takes away.
+    std::string MakeFile(const std::filesystem::path& directory, mode_t mode);
 
-    /// Removes one file, if it is still there, and forgets it.
+    /// Returns the name of a file in `directory` that may be made later.
+    std::string ReserveName(const std::filesystem::path& directory);
+
+    /// Removes one file, if it exists, and forgets it.
     void Remove(const std::string& name);
 
     void RemoveAll();

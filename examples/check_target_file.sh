@@ -1,0 +1,106 @@
+#!/usr/bin/env bash
+# Checks how the programs make their files. Usage: check_target_file.sh PROGRAM_FOLDER TEXT_FILE
+text=$(realpath -- "$2")
+# shellcheck source=examples/check_common.sh
+. "$(dirname -- "${BASH_SOURCE[0]}")/check_common.sh"
+
+rights() { stat -c '%a %u %g' -- "$1"; }
+
+# fail_always <call> <command>...: runs a command whose programs cannot make this call, see Faults/FailCalls.cpp.
+fail_always() {
+    export FAULT_ALWAYS=$1 LD_PRELOAD=$bin/kitio_fail_calls.so
+    ASAN_OPTIONS="${ASAN_OPTIONS-}:verify_asan_link_order=0" "${@:2}"
+    unset FAULT_ALWAYS LD_PRELOAD
+}
+
+pack() { succeed ' bytes' bit_pack pack "$text" "$1"; }
+
+# make_files <whether this user may give files away>: what is written has the rights that it should have.
+make_files() {
+    local mode
+    for mode in 022 077 002 027; do
+        (umask "$mode" && pack new && : >pattern)
+        [ "$(rights new)" = "$(rights pattern)" ]
+        rm new pattern
+    done
+    for mode in 4755 2711 1640 600 666; do
+        echo before >old
+        chmod "$mode" old
+        pack old
+        [ "$(rights old)" = "$((mode % 1000)) $(id -u) $(id -g)" ]
+    done
+    if [ "$1" = yes ]; then
+        chown 12345:23456 old
+        chmod 4750 old
+        pack old
+        [ "$(rights old)" = '750 12345 23456' ]
+        rm old
+    fi
+}
+
+refuse_close() {
+    echo before >kept
+    refuse 'kept: Input/output error' bit_pack pack "$text" kept
+    [ "$(cat kept)" = before ]
+    refuse 'new: Input/output error' bit_pack pack "$text" new
+    refuse 'new: Input/output error' file_transfer "$text" new
+    [ ! -e new ]
+}
+
+may_give=no
+touch probe
+chown 12345:23456 probe 2>/dev/null && may_give=yes
+make_files "$may_give"
+fail_always nameless make_files "$may_give"
+fail_always close refuse_close
+
+# Who may not give a file away leaves no group with more than everybody has.
+if [ "$may_give" = yes ] && command -v setpriv >/dev/null &&
+    setpriv --reuid=65534 --regid=65534 --clear-groups test -x "$bin/bit_pack"; then
+    chmod 755 .
+    mkdir -m 777 shared
+    cp "$text" shared/source
+    while read -r before after; do
+        echo before >shared/old
+        chmod "$before" shared/old
+        setpriv --reuid=65534 --regid=65534 --clear-groups "$bin/bit_pack" pack shared/source shared/old >stdout
+        [ "$(rights shared/old)" = "$after 65534 65534" ]
+        rm shared/old
+    done <<'END'
+666 666
+777 777
+676 666
+662 622
+642 600
+606 600
+END
+fi
+
+# A link stands for the file that it points to, whether that exists or not.
+mkdir there
+ln -s there/file link
+ln -s link chain
+ln -s "$PWD/there/absolute" far
+for name in chain far link; do
+    pack "$name"
+    [ -L "$name" ]
+done
+[ -f there/file ] && [ -f there/absolute ]
+ln -s round round
+refuse 'Too many levels of symbolic links' bit_pack pack "$text" round
+ln -s none/file nowhere
+refuse 'none/file: No such file or directory' bit_pack pack "$text" nowhere
+
+# The file has no name while it is written, so that nothing is left of it when both processes are killed.
+truncate -s 1T endless
+"$bin/file_transfer" endless target >stdout 2>stderr &
+first=$!
+second=
+until [ -n "$second" ] && ls -l "/proc/$second/fd" 2>/dev/null | grep -q "$PWD/.*deleted"; do
+    kill -0 "$first"
+    second=$(grep -lsx "PPid:[[:space:]]*$first" /proc/[0-9]*/status | cut -d / -f 3) || true
+done
+kill -STOP "$first"
+kill -KILL "$second" "$first"
+wait "$first" 2>/dev/null || true
+[ -z "$(find . -name '*.part')" ]
