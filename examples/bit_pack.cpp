@@ -15,6 +15,7 @@
 // The lengths tell the codes: they are counted up from 0, shorter before longer ones, those of one length in the order
 // of their byte values; wherever the length grows, zeros are appended. A value that is the only one has the code 0.
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <iostream>
@@ -43,6 +44,7 @@ constexpr ioSize kByteBits = 8;
 constexpr ioSize kLengthBits = 6;
 constexpr std::size_t kLongestCode = 63;
 constexpr std::size_t kByteValues = 256;
+constexpr ioSize kLeastRoom = 4096;
 
 constexpr char kHelp[] =
     "Usage: bit_pack pack INPUT OUTPUT\n"
@@ -269,8 +271,15 @@ std::string Unpack(const std::string& packed, const std::string& name)
 std::string ReadFile(const std::string& path)
 {
     Examples::FileReader file(path);
-    std::string contents(file.Size(), '\0');
-    file.Read(reinterpret_cast<std::uint8_t*>(contents.data()), contents.size());
+    // With room for one more byte, the end of a file is seen where its size says that it is. Some files have no size.
+    std::string contents(std::max(file.Size() + 1, kLeastRoom), '\0');
+    ioSize done = 0;
+    while (const ioSize count = file.Read(reinterpret_cast<std::uint8_t*>(&contents[done]), contents.size() - done))
+    {
+        done += count;
+        contents.resize(done == contents.size() ? 2 * done : contents.size());
+    }
+    contents.resize(done);
     return contents;
 }
 

@@ -37,6 +37,12 @@ round_trip random $((100000 + 300))
 round_trip every $((256 + 300))
 round_trip "$text" $(($(size "$text") * 3 / 4))
 round_trip "$bin/bit_pack" "$(size "$bin/bit_pack")"
+for file in $(made_up); do
+    cat "$file" >expected
+    succeed ": $(size expected) bytes; " bit_pack pack "$file" packed
+    succeed " $(size expected) bytes" bit_pack unpack packed unpacked
+    cmp expected unpacked
+done
 cp "$text" in_place
 succeed in_place bit_pack pack in_place in_place
 succeed in_place bit_pack unpack in_place in_place
@@ -70,6 +76,8 @@ refuse_packed 'was not packed by bit_pack'
 refuse 'none: .*: No such file or directory' bit_pack pack none out
 refuse 'tmp: is a directory' bit_pack pack tmp out
 refuse 'tmp: is a directory' bit_pack pack aab tmp
+mkfifo fifo
+refuse 'fifo: is not a regular file' bit_pack pack fifo out
 refuse '/dev/full: is not a regular file' bit_pack pack aab /dev/full
 refuse 'none/.*: No such file or directory' bit_pack pack aab none/out
 refuse 'neither pack nor unpack' bit_pack shrink aab out

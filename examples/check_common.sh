@@ -38,6 +38,14 @@ refuse() {
     [ ! -s stdout ]
 }
 
+# made_up: files that the system makes up as they are read, with a size that reads as 0; the second one is long.
+made_up() {
+    local file
+    for file in /proc/filesystems /proc/kallsyms; do
+        [ ! -r "$file" ] || echo "$file"
+    done
+}
+
 # command_line <program> <argument>...: it has help and refuses an unknown option and these arguments.
 command_line() {
     run 0 "$1" --help

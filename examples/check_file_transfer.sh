@@ -14,6 +14,11 @@ for source in empty piece pieces "$text" "$bin/file_transfer"; do
     cmp "$source" target
     md5sum target | cmp - <(head -n 1 stdout)
 done
+for source in $(made_up); do
+    succeed "^$(wc -c <"$source") bytes in " file_transfer "$source" target
+    cmp "$source" target
+done
+cp pieces target
 chmod 640 target
 ln -s target link
 succeed '  link$' file_transfer pieces link
@@ -24,6 +29,8 @@ cmp pieces target
 refuse 'none: .*: No such file or directory' file_transfer none target
 refuse 'tmp: is a directory' file_transfer tmp target
 refuse 'tmp: is a directory' file_transfer piece tmp
+mkfifo fifo
+refuse 'fifo: is not a regular file' file_transfer fifo target
 refuse '/dev/full: is not a regular file' file_transfer piece /dev/full
 refuse 'none/.*: No such file or directory' file_transfer piece none/target
 refuse 'are the same file' file_transfer target link

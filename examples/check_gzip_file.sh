@@ -14,12 +14,20 @@ for file in empty random "$text"; do
     cat "$file" "$file" | cmp - unpacked
 done
 
+for file in $(made_up); do
+    run 0 gzip_file compress "$file" packed_too
+    gzip -dc packed_too | cmp - "$file"
+done
+
 for length in 5 20 $(($(stat -c %s packed) - 1)); do
     head -c "$length" packed >short
     refuse 'short: is not compressed by gzip, or damaged' gzip_file expand short out
 done
 refuse 'is not compressed by gzip, or damaged' gzip_file expand "$text" out
 refuse 'none: .*: No such file or directory' gzip_file compress none out
+mkfifo fifo
+refuse 'fifo: is not a regular file' gzip_file compress fifo out
+refuse 'tmp: is a directory' gzip_file compress tmp out
 refuse 'neither compress nor expand' gzip_file shrink empty out
 (
     trap '' XFSZ  # otherwise the limit ends the program

@@ -1,7 +1,9 @@
 #include <Support/FileReader.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 #include <TarselIO/DataInputFile.h>
 
@@ -36,9 +38,15 @@ Tarsel::Core::ioSize FileReader::Size() const
 
 Tarsel::Core::ioSize FileReader::Read(uint8_t* data, Tarsel::Core::ioSize size)
 {
+    errno = 0;
     const Tarsel::Core::ioSize count = m_file->Read(data, size);
     m_done += count;
-    // The stream reports the end and a failed read alike, by a short count. The size tells them apart.
+    // The stream reports the end and a failed read alike, by a short count. The C library sets errno for a failure
+    // only.
+    if (count < size && errno != 0)
+    {
+        throw std::system_error(errno, std::generic_category(), m_file->GetFilename().utf8string());
+    }
     if (count < size && m_done < Size())
     {
         throw std::runtime_error(m_file->GetFilename().utf8string() + ": ended after " + std::to_string(m_done) +

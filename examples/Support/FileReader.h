@@ -18,10 +18,10 @@ public:
     /// Throws when `path` is no regular file or cannot be opened.
     explicit FileReader(const std::string& path);
 
-    /// The size of the file when it was opened.
+    /// The size of the file when it was opened; 0 for a file that is made up as it is read, like /proc/cpuinfo.
     Tarsel::Core::ioSize Size() const;
 
-    /// Reads up to `size` bytes; 0 at the end. Throws when the end comes before the file's size has been reached.
+    /// Reads up to `size` bytes; 0 at the end. Throws when reading fails, or the end comes before the file's size.
     Tarsel::Core::ioSize Read(uint8_t* data, Tarsel::Core::ioSize size);
 
 private:
