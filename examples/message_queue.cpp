@@ -4,6 +4,7 @@
 #include <array>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <future>
 #include <iostream>
 #include <mutex>
@@ -49,9 +50,15 @@ public:
         Change([&] { m_announced = size; });
     }
 
+    /// When the channel's input has failed, this is where its exception is handled.
     void OnEnd(FrameEnd /*why*/)
     {
-        Change([&] { m_ended = true; });
+        Change(
+            [&]
+            {
+                m_failure = std::current_exception();
+                m_ended = true;
+            });
     }
 
     /// The worker: fetches what is announced, while there is room. An empty message marks the end.
@@ -110,6 +117,10 @@ private:
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_changed.wait(lock, [this] { return (m_announced != 0 || m_ended) && m_messages.size() < kCapacity; });
+        if (m_announced == 0 && m_failure != nullptr)
+        {
+            std::rethrow_exception(m_failure);
+        }
         return std::exchange(m_announced, 0);
     }
 
@@ -118,6 +129,7 @@ private:
     std::deque<Message> m_messages;  // this and all below guarded by m_mutex
     ioSize m_announced = 0;
     bool m_ended = false;
+    std::exception_ptr m_failure;
     bool m_broken = false;
 };
 
@@ -127,36 +139,43 @@ Message MakeMessage(ioSize number)
     return Message(1 + number * 7919 % kLongestMessage, static_cast<uint8_t>(number));
 }
 
-/// The other side, which could be another process.
-void SendMessages(const Examples::ByteStreams& streams)
+/// The other side, which could be another process. Its end closes the connection.
+void SendMessages(int socket)
 {
+    const Examples::ByteStreams streams = Examples::Split(socket);
     const SP<IDataChannel> channel = CommunicationChannel::Create(streams.input, streams.output, false);
     uint8_t ready = 0;
-    const bool isReady = channel->ReadHeader() == sizeof(ready) && channel->Read(&ready, sizeof(ready)) != 0;
-    for (ioSize number = 0; isReady && number < kCount; ++number)
+    bool isThere = channel->ReadHeader() == sizeof(ready) && channel->Read(&ready, sizeof(ready)) != 0;
+    for (ioSize number = 0; isThere && number < kCount; ++number)
     {
         const Message message = MakeMessage(number);
-        channel->Write(message.data(), message.size());
+        isThere = channel->Write(message.data(), message.size()) == message.size();
     }
     channel->Write(nullptr, 0);  // a farewell, which ends the other side's reading
+}
+
+/// The channel alone has the socket then, and closes it.
+SP<IDataChannel> Connect(int socket, MessageQueue& queue)
+{
+    const Examples::ByteStreams streams = Examples::Split(socket);
+    return CommunicationChannel::Create(
+        GuardedFrameInput::Create(streams.input, kLongestMessage, [&queue](FrameEnd why) { queue.OnEnd(why); }),
+        streams.output,
+        true);
 }
 
 void Run(const std::vector<std::string>& /*operands*/)
 {
     std::array<int, 2> sockets = {};
     Examples::Checked(::socketpair(AF_UNIX, SOCK_STREAM, 0, sockets.data()));
-    const auto sender = std::async(std::launch::async, &SendMessages, Examples::Split(sockets[0]));
+    auto sender = std::async(std::launch::async, &SendMessages, sockets[0]);
 
     MessageQueue queue;
-    const Examples::ByteStreams streams = Examples::Split(sockets[1]);
-    const SP<IDataChannel> channel = CommunicationChannel::Create(
-        GuardedFrameInput::Create(streams.input, kLongestMessage, [&queue](FrameEnd why) { queue.OnEnd(why); }),
-        streams.output,
-        true);
+    SP<IDataChannel> channel = Connect(sockets[1], queue);
     channel->SetDataAvailableHandler(&queue);
-    auto worker = std::async(std::launch::async, [&] { queue.Work(*channel); });
     const uint8_t ready = 1;  // what came before the handler was there would not be announced
     channel->Write(&ready, sizeof(ready));
+    auto worker = std::async(std::launch::async, [&] { queue.Work(*channel); });
 
     ioSize right = 0;
     ioSize taken = 0;
@@ -164,7 +183,9 @@ void Run(const std::vector<std::string>& /*operands*/)
     {
         right += message == MakeMessage(taken++) ? 1 : 0;
     }
-    worker.get();  // throws what it may have failed with
+    worker.get();     // throws what it, or the channel's input, may have failed with
+    channel.reset();  // a sender that still waits for somebody to read does so no longer
+    sender.get();
     if (right != kCount || taken != kCount)
     {
         throw std::runtime_error("of " + std::to_string(taken) + " messages " + std::to_string(right) + " are right");

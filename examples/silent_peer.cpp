@@ -5,18 +5,22 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <exception>
+#include <functional>
+#include <future>
 #include <iostream>
 #include <stdexcept>
 #include <string>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
-#include <thread>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
 #include <Support/AsioStreams.h>
 #include <Support/Program.h>
+#include <TarselGuard/GuardedFrameInput.h>
 #include <TarselIO/CommunicationChannel.h>
 #include <TarselIO/DataInputFF.h>
 #include <TarselIO/DataOutputFF.h>
@@ -52,12 +56,7 @@ public:
             {
                 ::_exit(0);
             }
-            const SP<IByteDataOutput> output(new Examples::AsioOutput(descriptor));
-            CommunicationChannel::Create(DataInputFF::Create(""), output, false)
-                ->Write(kMessage.data(), kMessage.size());
-            for (;; ::pause())
-            {
-            }
+            ::_exit(SayHello(descriptor));
         }
         ::close(descriptor);
     }
@@ -69,19 +68,81 @@ public:
     SilentPeer(const SilentPeer&) = delete;
     SilentPeer& operator=(const SilentPeer&) = delete;
 
-    bool IsAlive() const { return ::waitpid(m_process, nullptr, WNOHANG) == 0; }
+    bool IsAlive() const { return End(WNOHANG).si_pid == 0; }
+
+    /// Waits for its end and throws why it came.
+    [[noreturn]] void ThrowEnd() const
+    {
+        throw std::system_error(End(0).si_status, std::generic_category(), "the other process has ended");
+    }
 
 private:
+    /// Returns only after a failure; then its reason, which is the exit status.
+    static int SayHello(int descriptor)
+    {
+        try
+        {
+            const SP<IByteDataOutput> output(new Examples::AsioOutput(descriptor));
+            CommunicationChannel::Create(DataInputFF::Create(""), output, false)
+                ->Write(kMessage.data(), kMessage.size());
+            for (;; ::pause())
+            {
+            }
+        }
+        catch (const std::system_error& error)
+        {
+            return error.code().value();
+        }
+    }
+
+    /// Can be asked again.
+    siginfo_t End(int options) const
+    {
+        siginfo_t end = {};
+        ::waitid(P_PID, static_cast<id_t>(m_process), &end, WEXITED | WNOWAIT | options);
+        return end;
+    }
+
     pid_t m_parent;
     pid_t m_process;
 };
 
-bool Arrives(const IDataChannel& channel, std::chrono::milliseconds patience)
+/// The end of a channel's input, which the channel itself does not report.
+class InputEnd
 {
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (!channel.IsDataAvaliable() && std::chrono::steady_clock::now() < end)
+public:
+    /// For the guard. When the input has failed, this is where its exception is handled.
+    void operator()(FrameEnd /*why*/) { m_end.set_value(std::current_exception()); }
+
+    /// Waits for it; throws what the input has failed with.
+    bool Comes(std::chrono::milliseconds patience)
     {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (m_failure.wait_for(patience) != std::future_status::ready)
+        {
+            return false;
+        }
+        if (m_failure.get() != nullptr)
+        {
+            std::rethrow_exception(m_failure.get());
+        }
+        return true;
+    }
+
+private:
+    std::promise<std::exception_ptr> m_end;
+    std::shared_future<std::exception_ptr> m_failure = m_end.get_future();
+};
+
+/// Whether a message comes before the time is over and the input ends.
+bool Arrives(const IDataChannel& channel, InputEnd& end, std::chrono::milliseconds patience)
+{
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!channel.IsDataAvaliable() && std::chrono::steady_clock::now() < deadline)
+    {
+        if (end.Comes(std::chrono::milliseconds(1)))
+        {
+            return false;
+        }
     }
     return channel.IsDataAvaliable();
 }
@@ -89,11 +150,19 @@ bool Arrives(const IDataChannel& channel, std::chrono::milliseconds patience)
 void GiveUp(const char* kind, const std::array<int, 2>& ends)
 {
     const SilentPeer peer(ends[1]);
+    InputEnd end;  // released after the channel
     const SP<IByteDataInput> input(new Examples::AsioInput(ends[0]));
-    SP<IDataChannel> channel = CommunicationChannel::Create(input, DataOutputFF::Create(""), true);
+    SP<IDataChannel> channel = CommunicationChannel::Create(
+        GuardedFrameInput::Create(input, kMessage.size(), std::ref(end)), DataOutputFF::Create(""), true);
     std::array<uint8_t, kMessage.size()> message = {};
-    if (!Arrives(*channel, std::chrono::minutes(1)) || channel->Read(message.data(), message.size()) == 0 ||
-        message != kMessage || Arrives(*channel, std::chrono::milliseconds(200)))
+    const bool behaves = Arrives(*channel, end, std::chrono::minutes(1)) &&
+                         channel->Read(message.data(), message.size()) != 0 && message == kMessage &&
+                         !Arrives(*channel, end, std::chrono::milliseconds(200));
+    if (end.Comes(std::chrono::milliseconds(0)))
+    {
+        peer.ThrowEnd();
+    }
+    if (!behaves)
     {
         throw std::runtime_error("the other process does not behave as it should");
     }

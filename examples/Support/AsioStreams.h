@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <boost/asio/buffer.hpp>
+#include <boost/asio/error.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/post.hpp>
@@ -48,23 +49,30 @@ public:
         throw;
     }
 
-    /// Runs what `start(stream, condition, handler)` begins and returns how many bytes it moved.
+    /// Runs what `start(stream, condition, handler)` begins and returns how many bytes it moved. Less than it was to
+    /// move means that the other side has gone, or that Cancel was called. Throws std::system_error for a failure.
     template <class Start>
     ioSize Run(Start start)
     {
         ioSize moved = 0;
+        boost::system::error_code failure;
         const auto condition = [this](const boost::system::error_code& error, std::size_t /*done*/) -> std::size_t
         { return error || m_cancelled ? 0 : kChunk; };
-        const auto handler = [&moved](const boost::system::error_code& error, std::size_t done)
+        const auto handler = [&](const boost::system::error_code& error, std::size_t done)
         {
             moved = done;
-            LOG_IF(INFO, error) << "A transfer ended after " << done << " bytes: " << error.message();
+            failure = error;
         };
         if (!m_cancelled)
         {
             start(m_stream, condition, handler);
             m_context.restart();
             m_context.run();
+        }
+        LOG_IF(INFO, failure) << "A transfer ended after " << moved << " bytes: " << failure.message();
+        if (failure && !IsEnd(failure))
+        {
+            throw std::system_error(failure.value(), std::generic_category(), "the connection has failed");
         }
         return moved;
     }
@@ -83,13 +91,19 @@ public:
 private:
     static constexpr std::size_t kChunk = 65536;
 
+    static bool IsEnd(const boost::system::error_code& error)
+    {
+        return error == asio::error::eof || error == asio::error::operation_aborted ||
+               error == asio::error::broken_pipe || error == asio::error::connection_reset;
+    }
+
     asio::io_context m_context;
     asio::posix::stream_descriptor m_stream;
     bool m_cancelled = false;  // used by the thread that runs the context alone
 };
 
-/// Reads until all has come that was asked for, as a channel needs it: less at the end, after a failure and after
-/// Cancel. Which it was is told by the log.
+/// Reads until all has come that was asked for, as a channel needs it: less at the end and after Cancel. The log shows
+/// which it was. Throws std::system_error for a failure.
 class AsioInput : public Tarsel::RefCounted<Tarsel::Core::IByteDataInput>
 {
 public:
