@@ -4,6 +4,7 @@
 // connect can send anything, so a guard stands between the channel and its input. In direct mode one thread is enough
 // for a conversation of questions and answers, and the end of the other side is an answer, too: a length of 0.
 
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
@@ -12,6 +13,7 @@
 #include <stdexcept>
 #include <string>
 #include <sys/stat.h>
+#include <system_error>
 #include <vector>
 
 #include <boost/asio/basic_socket_acceptor.hpp>
@@ -26,6 +28,7 @@
 #include <TarselHash/MD5.h>
 #include <TarselIO/CommunicationChannel.h>
 #include <TarselIO/DataInputFile.h>
+#include <TarselIO/IOException.h>
 #include <TarselStdStream/InputStreambuf.h>
 
 namespace
@@ -160,6 +163,23 @@ void AnswerMessages(const std::string& address)
     std::cout << messages << " messages answered\n";
 }
 
+/// Returns whether there is one more line. Throws when the file cannot be read, with the system's reason.
+bool NextLine(std::istream& lines, std::string& line, const std::string& path)
+{
+    errno = 0;
+    try
+    {
+        std::getline(lines, line);
+    }
+    catch (const IOException& error)
+    {
+        error << Tarsel::ErrorDetails(std::strerror(errno));
+        throw;
+    }
+    // At the end of the file a stream does not report that a read has failed.
+    return lines || errno == 0 ? !lines.fail() : throw std::system_error(errno, std::generic_category(), path);
+}
+
 void SendLines(const std::string& address, const std::string& path)
 {
     Examples::RequireRegularFile(path);
@@ -169,7 +189,7 @@ void SendLines(const std::string& address, const std::string& path)
 
     Peer peer(Connect(address));
     ioSize messages = 0;
-    for (std::string line; std::getline(lines, line); ++messages)
+    for (std::string line; NextLine(lines, line, path); ++messages)
     {
         line += '\n';  // also because an empty message is a farewell
         const Bytes message(line.begin(), line.end());
