@@ -129,13 +129,21 @@ ioSize BytesWaiting(const struct stat& status)
 /// A pipe of the library reads on until it has all that it was asked for, with the Raw protocol as well: asked for a
 /// whole buffer it would hold back the line that a person has typed until many more are there. Asked only for single
 /// bytes it would be slow.
-ioSize ReadSome(IByteDataInput& input, const struct stat& status, std::vector<std::uint8_t>& buffer)
+ioSize ReadSome(IByteDataInput& input,
+                const struct stat& status,
+                std::vector<std::uint8_t>& buffer,
+                const Examples::LogWatch& log)
 {
-    if (input.Read(buffer.data(), 1) == 0)
+    ioSize count = input.Read(buffer.data(), 1);
+    if (count != 0)
     {
-        return 0;
+        count += input.Read(buffer.data() + 1, std::min<ioSize>(BytesWaiting(status), buffer.size() - 1));
     }
-    return 1 + input.Read(buffer.data() + 1, std::min<ioSize>(BytesWaiting(status), buffer.size() - 1));
+    if (const std::string error = log.LastError(); !error.empty())
+    {
+        throw std::runtime_error("standard input: " + error);
+    }
+    return count;
 }
 
 /// Puts a number in front of each line of a text that comes in pieces.
@@ -198,13 +206,9 @@ void NumberLines()
 
     LineNumbers lines;
     std::vector<std::uint8_t> buffer(kBufferSize);
-    while (const ioSize count = ReadSome(*input, inputStatus, buffer))
+    while (const ioSize count = ReadSome(*input, inputStatus, buffer, log))
     {
         WriteAll(*output, lines.Number(std::string_view(reinterpret_cast<const char*>(buffer.data()), count)), log);
-    }
-    if (!log.LastError().empty())
-    {
-        throw std::runtime_error("standard input: " + log.LastError());
     }
     // What comes next in a group of commands, "(std_streams; date) > FILE", goes on where this program has stopped.
     ::lseek(STDIN_FILENO, 0, SEEK_END);
