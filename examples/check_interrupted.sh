@@ -36,6 +36,25 @@ interrupt() {
     nothing_left
 }
 
+# interrupt_stuck <signal> <program> <argument>...: both end although nobody takes the report of what has happened before.
+interrupt_stuck() {
+    local status=0 child=''
+    mkfifo full
+    exec 8<>full
+    dd if=/dev/zero of=full bs=4096 count=100 oflag=nonblock status=none 2>/dev/null || true
+    "$bin/$2" "${@:3}" >stdout 2>full 8>&- &
+    local first=$!
+    eventually has_child "$first"
+    kill -KILL "$child"
+    eventually is_gone "$child"
+    kill "-$1" "$first"
+    wait "$first" 2>/dev/null || status=$?
+    exec 8>&-
+    rm full
+    [ "$status" -eq 1 ] || [ "$status" -eq $((128 + $(kill -l "$1"))) ]
+    nothing_left
+}
+
 # interrupt_all <program> <argument>...: in all ways. What the program is given to do must last longer than the check.
 interrupt_all() {
     local moment signal
@@ -47,7 +66,13 @@ interrupt_all() {
         for signal in HUP INT QUIT TERM; do
             interrupt "$moment" first "$signal" $((128 + $(kill -l "$signal"))) "$@"
         done
+        for signal in HUP INT QUIT; do  # passed on by the second one
+            interrupt "$moment" second "$signal" $((128 + $(kill -l "$signal"))) "$@"
+        done
         interrupt "$moment" first KILL 137 "$@"
         grep -q 'the first process is gone' stderr
+    done
+    for signal in INT TERM; do
+        interrupt_stuck "$signal" "$@"
     done
 }

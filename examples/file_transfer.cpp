@@ -1,6 +1,6 @@
 // Copies a file from one process to another over a pair of named pipes. The sender reads it with a file input stream
-// and sends it in pieces, the receiver writes these to a file that has no name yet. Both digest the bytes; only when the
-// digests agree does the receiver give the new file its name.
+// and sends it in pieces, the receiver writes these to a file that has no name yet. Both digest the bytes; only when
+// the digests agree does the receiver give the new file its name.
 //
 // Support/Connection shows how pipes become a channel and how messages are received, Support/TwoProcesses how the
 // second process is started and what happens when one of the two fails.
@@ -36,7 +36,8 @@ constexpr char kHelp[] =
     "\n"
     "Starts a second process and sends it the file SOURCE over a named pipe; the second process writes TARGET. Both\n"
     "digest all bytes with MD5, and the digests are compared. Prints the digest as md5sum does, the number of bytes\n"
-    "and the throughput. TARGET gets its name, or is replaced, only when all of SOURCE has arrived: after a failure it\n"
+    "and the throughput. TARGET gets its name, or is replaced, only when all of SOURCE has arrived: after a failure "
+    "it\n"
     "is what it was before.\n"
     "\n"
     "  SOURCE         the file to read, of any size\n"
@@ -103,7 +104,7 @@ Totals SendFile(IDataChannel& channel, const std::string& source, const std::str
     while (const ioSize size = file.Read(piece, kPieceSize))
     {
         md5.Add(piece, size);
-        Examples::Send(channel, message.data(), 1 + size);
+        channel.Write(message.data(), 1 + size);
         totals.bytes += size;
         progress.Advance(size);
     }
@@ -136,13 +137,23 @@ void ReceiveFile(IDataChannel& channel, Examples::TargetFile& target)
     }
 
     const MD5Digest digest = md5.Finish("");
-    Examples::Send(channel, digest.bytes.data(), digest.bytes.size());
+    channel.Write(digest.bytes.data(), digest.bytes.size());
     inbox.Receive(message);
     if (Kind(message[0]) != Kind::Keep)  // no sender of ours says anything else
     {
         throw Examples::PeerGone();
     }
     target.Keep();
+}
+
+Totals RunBoth(const std::string& source, const std::string& targetName)
+{
+    Totals totals;
+    Examples::TwoProcesses processes;
+    Examples::TargetFile target(targetName, processes.Files());
+    processes.Run([&](IDataChannel& channel) { totals = SendFile(channel, source, targetName); },
+                  [&](IDataChannel& channel) { ReceiveFile(channel, target); });
+    return totals;
 }
 
 void Transfer(const std::vector<std::string>& operands)
@@ -158,11 +169,7 @@ void Transfer(const std::vector<std::string>& operands)
     }
 
     const auto start = std::chrono::steady_clock::now();
-    Totals totals;
-    Examples::TwoProcesses processes;
-    Examples::TargetFile target(targetName, processes.Files());
-    processes.Run([&](IDataChannel& channel) { totals = SendFile(channel, source, targetName); },
-                  [&](IDataChannel& channel) { ReceiveFile(channel, target); });
+    const Totals totals = RunBoth(source, targetName);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
 
     std::cout << totals.digest << '\n'

@@ -94,7 +94,7 @@ Totals SendLines(IDataChannel& channel, const std::string& path)
     Totals totals;
     for (std::vector<uint8_t> message; lines.Next(message);)
     {
-        Examples::Send(channel, message.data(), message.size());
+        channel.Write(message.data(), message.size());
 
         // All answers have the same length, so that they can be waited for without a handler.
         MD5Digest answer;
@@ -120,7 +120,7 @@ void AnswerLines(IDataChannel& channel)
     for (inbox.Receive(message); Kind(message[0]) != Kind::End; inbox.Receive(message))
     {
         const MD5Digest digest = MD5Generate(message, "");
-        Examples::Send(channel, digest.bytes.data(), digest.bytes.size());
+        channel.Write(digest.bytes.data(), digest.bytes.size());
     }
 }
 
@@ -133,8 +133,7 @@ void Exchange(const std::vector<std::string>& operands)
 
     const auto start = std::chrono::steady_clock::now();
     Totals totals;
-    Examples::TwoProcesses processes;
-    processes.Run([&](IDataChannel& channel) { totals = SendLines(channel, path); }, &AnswerLines);
+    Examples::TwoProcesses().Run([&](IDataChannel& channel) { totals = SendLines(channel, path); }, &AnswerLines);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
 
     std::cout << totals.messages << " messages with " << totals.bytes << " bytes in " << std::fixed

@@ -3,10 +3,10 @@
 #include <limits>
 #include <utility>
 
-#include <TarselGuard/GuardedFrameInput.h>
 #include <TarselIO/CommunicationChannel.h>
 #include <TarselIO/DataInputPipe.h>
 #include <TarselIO/DataOutputPipe.h>
+#include <TarselPointer/RefCounted.h>
 
 namespace Examples
 {
@@ -17,12 +17,29 @@ using namespace Tarsel::Core;
 namespace
 {
 
+/// A channel does not look at how much of a message's length was written. Without it the other side would take the
+/// first bytes of the message for a length. So what comes short here is an exception, and nothing more is sent.
+class CheckedOutput : public Tarsel::RefCounted<IByteDataOutput>
+{
+public:
+    explicit CheckedOutput(SP<IByteDataOutput> output) : m_output(std::move(output)) {}
+
+    ioSize Write(const uint8_t* data, ioSize size) override
+    {
+        return m_output->Write(data, size) == size ? size : throw PeerGone();
+    }
+
+private:
+    const SP<IByteDataOutput> m_output;
+};
+
 /// A channel takes it that each read brings what it asks for, so a peer that is killed while it writes would leave a
 /// message with zero bytes in place of what is missing. The guard lets only whole messages through.
-SP<IDataChannel> Join(const SP<IByteDataInput>& input, const SP<IByteDataOutput>& output)
+SP<IDataChannel> Join(const SP<IByteDataInput>& input, const SP<IByteDataOutput>& output, const EndHandler& onEnd)
 {
     constexpr ioSize kNoLimit = std::numeric_limits<ioSize>::max();
-    return CommunicationChannel::Create(GuardedFrameInput::Create(input, kNoLimit, nullptr), output, true);
+    return CommunicationChannel::Create(
+        GuardedFrameInput::Create(input, kNoLimit, onEnd), SP<IByteDataOutput>(new CheckedOutput(output)), true);
 }
 
 }  // namespace
@@ -30,32 +47,24 @@ SP<IDataChannel> Join(const SP<IByteDataInput>& input, const SP<IByteDataOutput>
 // A pipe's Create returns when both its ends have been opened. So the two processes open the same pipe first; in any
 // other order each would wait for the other.
 
-SP<IDataChannel> ConnectFirst(const PipeNames& pipes)
+SP<IDataChannel> ConnectFirst(const PipeNames& pipes, const EndHandler& onEnd)
 {
     const SP<IByteDataOutput> output = DataOutputPipe::Create(pipes.toSecond, false);
     const SP<IByteDataInput> input = DataInputPipe::Create(pipes.toFirst, false);
-    return Join(input, output);
+    return Join(input, output, onEnd);
 }
 
-SP<IDataChannel> ConnectSecond(const PipeNames& pipes)
+SP<IDataChannel> ConnectSecond(const PipeNames& pipes, const EndHandler& onEnd)
 {
     const SP<IByteDataInput> input = DataInputPipe::Create(pipes.toSecond, false);
     const SP<IByteDataOutput> output = DataOutputPipe::Create(pipes.toFirst, false);
-    return Join(input, output);
-}
-
-void Send(IDataChannel& channel, const uint8_t* data, ioSize size)
-{
-    if (channel.Write(data, size) != size)
-    {
-        throw PeerGone();
-    }
+    return Join(input, output, onEnd);
 }
 
 void Send(IDataChannel& channel, Kind kind)
 {
     const auto message = static_cast<uint8_t>(kind);
-    Send(channel, &message, sizeof(message));
+    channel.Write(&message, sizeof(message));
 }
 
 Inbox::Inbox(IDataChannel& channel) : m_channel(channel)
@@ -71,7 +80,7 @@ Inbox::~Inbox()
 void Inbox::SayReady()
 {
     const uint8_t ready = 1;
-    Send(m_channel, &ready, sizeof(ready));
+    m_channel.Write(&ready, sizeof(ready));
 }
 
 void WaitUntilReady(IDataChannel& channel)

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include <TarselGuard/GuardedFrameInput.h>
 #include <TarselIO/IDataAvailableHandler.h>
 #include <TarselIO/IDataChannel.h>
 #include <TarselPointer/SP.h>
@@ -20,9 +22,13 @@ struct PipeNames
     std::string toFirst;
 };
 
-/// Opens the pipes and joins them to a channel. Both wait until the other process does the same.
-Tarsel::SP<Tarsel::Core::IDataChannel> ConnectFirst(const PipeNames& pipes);
-Tarsel::SP<Tarsel::Core::IDataChannel> ConnectSecond(const PipeNames& pipes);
+/// Is called on the channel's background thread when nothing more comes from the other process.
+using EndHandler = Tarsel::Core::GuardedFrameInput::EndHandler;
+
+/// Opens the pipes and joins them to a channel. Both wait until the other process does the same. The channel's Write
+/// throws PeerGone when a message, also an empty one, cannot be sent.
+Tarsel::SP<Tarsel::Core::IDataChannel> ConnectFirst(const PipeNames& pipes, const EndHandler& onEnd);
+Tarsel::SP<Tarsel::Core::IDataChannel> ConnectSecond(const PipeNames& pipes, const EndHandler& onEnd);
 
 /// The first byte of each message from the first process to the second. It also makes sure that no message is empty:
 /// a channel takes an empty one for the other side's farewell.
@@ -33,15 +39,14 @@ enum class Kind : uint8_t
     Keep   ///< what arrived is right
 };
 
-/// A message could not be sent because the other process has closed its pipes.
+/// The other process has closed its pipes, or they have failed.
 class PeerGone : public std::runtime_error
 {
 public:
     PeerGone() : std::runtime_error("the other process is gone") {}
 };
 
-/// Sends one message. Throws PeerGone.
-void Send(Tarsel::Core::IDataChannel& channel, const uint8_t* data, Tarsel::Core::ioSize size);
+/// Sends a message of one byte.
 void Send(Tarsel::Core::IDataChannel& channel, Kind kind);
 
 /// Receives the messages of a channel whose lengths are not known beforehand.
@@ -59,7 +64,7 @@ public:
 
     void SayReady();
 
-    /// Waits for the next message and puts it into `message`, for as long as the other process lives.
+    /// Waits for the next message and puts it into `message`.
     void Receive(std::vector<uint8_t>& message);
 
 private:

@@ -35,6 +35,12 @@ LogWatch::~LogWatch()
     google::RemoveLogSink(this);
 }
 
+std::string LogWatch::LastError() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_lastError;
+}
+
 void LogWatch::send(google::LogSeverity severity,
                     const char* /*fullFilename*/,
                     const char* /*baseFilename*/,
@@ -45,6 +51,7 @@ void LogWatch::send(google::LogSeverity severity,
 {
     if (severity >= google::GLOG_WARNING)
     {
+        const std::lock_guard<std::mutex> lock(m_mutex);
         m_lastError.assign(message, severity >= google::GLOG_ERROR ? length : 0);
     }
 }

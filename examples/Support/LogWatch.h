@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <mutex>
 #include <string>
 
 #include <glog/logging.h>
@@ -9,8 +10,8 @@ namespace Examples
 {
 
 /// Looks at the log, whether it is shown or not, for the last line that is more than information. A pipe comes short in
-/// the same way at the end of the data and when it fails; only the log tells which it was, and why. For programs in
-/// which one thread uses all pipes.
+/// the same way at the end of the data and when it fails; only the log tells which it was, and why. May be asked by any
+/// thread; which of a program's pipes the line is about, the program has to know.
 class LogWatch : private google::LogSink
 {
 public:
@@ -20,7 +21,7 @@ public:
     LogWatch& operator=(const LogWatch&) = delete;
 
     /// The text of that line if it tells of an error, otherwise empty: the end of the data is only a warning.
-    const std::string& LastError() const { return m_lastError; }
+    std::string LastError() const;
 
 private:
     void send(google::LogSeverity severity,
@@ -31,7 +32,8 @@ private:
               const char* message,
               std::size_t length) override;
 
-    std::string m_lastError;
+    mutable std::mutex m_mutex;
+    std::string m_lastError;  // guarded by m_mutex
 };
 
 }  // namespace Examples

@@ -7,12 +7,29 @@
 #include <system_error>
 #include <unistd.h>
 
+#include <boost/uuid/entropy_error.hpp>
+
 #include <TarselIO/IPCTools.h>
 
 namespace Examples
 {
 namespace
 {
+
+/// What `propose` returns. Only that it cannot read is in what it throws otherwise, not what it reads, and why it
+/// cannot.
+template <class Propose>
+std::string Proposal(Propose propose)
+{
+    try
+    {
+        return propose();
+    }
+    catch (const boost::uuids::entropy_error& error)
+    {
+        throw std::system_error(static_cast<int>(error.errcode()), std::generic_category(), "/dev/urandom");
+    }
+}
 
 /// Calls `make(name)` with new names until it succeeds: the names are only proposals, and somebody else may have taken
 /// one. `make` must fail with EEXIST then, and -1, like all system calls.
@@ -21,7 +38,7 @@ std::string MakeUnderNewName(NewName newName, Make make)
 {
     for (;;)
     {
-        std::string name = newName();
+        std::string name = Proposal(newName);
         if (make(name.c_str()) != -1)
         {
             return name;
@@ -36,7 +53,7 @@ std::string MakeUnderNewName(NewName newName, Make make)
 std::string NewName(const std::filesystem::path& directory)
 {
     std::filesystem::path name = ".";
-    name += std::filesystem::path(Tarsel::Core::GenerateTempFileName()).filename();
+    name += std::filesystem::path(Proposal(&Tarsel::Core::GenerateTempFileName)).filename();
     name += ".part";
     return (directory / name).string();
 }

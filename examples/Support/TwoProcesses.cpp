@@ -1,6 +1,7 @@
 #include <Support/TwoProcesses.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -20,6 +21,10 @@ namespace
 
 /// Sent to the second process when the first one has ended.
 constexpr int kParentEnded = SIGTERM;
+
+/// A process has its pipes open until it ends. So when a connection ends because the other process does, that process
+/// has ended after a moment. If it has not, the connection itself has failed.
+constexpr std::chrono::seconds kMoment(1);
 
 /// Without memory a process ends, whichever of its threads asked for it. An exception would not do: in a channel's
 /// background thread it only ends the reading, and both processes would wait forever.
@@ -88,7 +93,8 @@ void TwoProcesses::Run(const Talk& first, const Talk& second)
     std::thread watch(&TwoProcesses::WatchSecond, this);
     // Kept until the second process has ended, so that its farewell is received. Releasing the channel waits for the
     // end of its background thread, which the farewell has brought about.
-    const Channel channel = Converse(&ConnectFirst, first);
+    Channel channel;
+    Converse(&ConnectFirst, channel, first);
     watch.join();
     ::waitpid(m_second, nullptr, 0);
 }
@@ -101,26 +107,38 @@ void TwoProcesses::RunSecond(const Talk& talk)
         EndByPeer();
     }
     std::thread(&TwoProcesses::WatchFirst, this).detach();
-    const Channel channel = Converse(&ConnectSecond, talk);
-    // The farewell: an empty frame ends the other side's background thread. Only one side says it and stays while the
-    // other one leaves. If both released their channels first, each would wait for the other to close its pipes.
-    channel->Write(nullptr, 0);
+    Channel channel;
+    const auto talkAndPart = [&](Tarsel::Core::IDataChannel& /*channel*/)
+    {
+        talk(*channel);
+        // The farewell: an empty frame ends the other side's background thread. Only one side says it and stays while
+        // the other one leaves. If both released their channels first, each would wait for the other to close its
+        // pipes.
+        channel->Write(nullptr, 0);
+    };
+    Converse(&ConnectSecond, channel, talkAndPart);
     // Without unwinding, which would release this channel, too, and what belongs to the first process.
     ::_exit(EXIT_SUCCESS);
 }
 
-TwoProcesses::Channel TwoProcesses::Converse(Connect connect, const Talk& talk)
+/// What is thrown, or the end of the channel's input, ends the process and does not release the channel.
+void TwoProcesses::Converse(Connect connect, Channel& channel, const Talk& talk)
 {
-    Channel channel;
+    const auto onEnd = [this](Tarsel::Core::FrameEnd why)
+    {
+        if (why != Tarsel::Core::FrameEnd::Farewell)
+        {
+            EndByPeer();
+        }
+    };
     try
     {
-        channel = connect(m_pipes);
+        channel = connect(m_pipes, onEnd);
         // Both ends are open. Without their names the pipes vanish with the processes, whatever becomes of these.
         m_files.Remove(m_pipes.toSecond);
         m_files.Remove(m_pipes.toFirst);
 
         talk(*channel);
-        return channel;
     }
     catch (const PeerGone&)
     {
@@ -141,7 +159,7 @@ void TwoProcesses::WatchSecond()
         {
             EndBySignal(signal);
         }
-        const siginfo_t end = EndOfSecond(WNOHANG);
+        const siginfo_t end = EndOfSecond();
         const bool ended = end.si_pid == m_second;  // not if it was merely stopped or continued
         if (ended && end.si_code == CLD_EXITED && end.si_status == EXIT_SUCCESS)
         {
@@ -159,7 +177,11 @@ void TwoProcesses::WatchFirst()
     siginfo_t received = m_signals.Wait();
     while (received.si_signo != kParentEnded)
     {
-        // The terminal sends its signals to both processes. What they mean is for the first one to decide.
+        // What other signals mean is for the first process to decide. The terminal sends them to both.
+        if (received.si_signo != SIGCHLD)
+        {
+            ::kill(m_first, received.si_signo);
+        }
         received = m_signals.Wait();
     }
     if (received.si_pid == m_first)
@@ -169,30 +191,50 @@ void TwoProcesses::WatchFirst()
     EndBySignal(received.si_signo);
 }
 
-/// How the second process ended. That can be asked again; `si_pid` is 0 when `options` has WNOHANG and it still runs.
-siginfo_t TwoProcesses::EndOfSecond(int options) const
+/// How the second process ended. That can be asked again; `si_pid` is 0 while it runs.
+siginfo_t TwoProcesses::EndOfSecond() const
 {
     siginfo_t end = {};
-    ::waitid(P_PID, static_cast<id_t>(m_second), &end, WEXITED | WNOWAIT | options);
+    ::waitid(P_PID, static_cast<id_t>(m_second), &end, WEXITED | WNOWAIT | WNOHANG);
     return end;
+}
+
+/// Waits a moment for it.
+bool TwoProcesses::OtherHasEnded() const
+{
+    const auto hasEnded = [this] { return m_second == 0 ? ::getppid() != m_first : EndOfSecond().si_pid == m_second; };
+    const auto deadline = std::chrono::steady_clock::now() + kMoment;
+    while (!hasEnded() && std::chrono::steady_clock::now() < deadline)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return hasEnded();
 }
 
 void TwoProcesses::EndByException()
 {
     m_ending.lock();
-    ReportCurrentException();
     CleanUp();
+    ReportCurrentException();
     ::_exit(EXIT_FAILURE);
 }
 
 void TwoProcesses::EndByPeer()
 {
+    const bool otherHasEnded = OtherHasEnded();  // not locked yet: meanwhile a signal ends this process at once
     m_ending.lock();
-    if (m_second == 0)
+    const std::string error = m_log.LastError();
+    const siginfo_t end = EndOfSecond();
+    CleanUp();
+    if (!otherHasEnded)
+    {
+        ReportError("the connection has failed: " + error);
+    }
+    else if (m_second == 0)
     {
         ReportError("the first process is gone");
     }
-    else if (const siginfo_t end = EndOfSecond(0); end.si_code != CLD_EXITED)
+    else if (end.si_code != CLD_EXITED)
     {
         ReportError(std::string("the second process was ended by a signal: ") + ::strsignal(end.si_status));
     }
@@ -200,14 +242,16 @@ void TwoProcesses::EndByPeer()
     {
         ReportError("the second process ended too early");
     }
-    CleanUp();  // any other second process has said itself why it failed
-    ::_exit(EXIT_FAILURE);
+    ::_exit(EXIT_FAILURE);  // any other second process has said itself why it failed
 }
 
 void TwoProcesses::EndBySignal(int signal)
 {
-    m_ending.lock();
-    CleanUp();
+    // A thread that ends the process has cleaned up before. If it cannot get its report out, this one does not wait.
+    if (m_ending.try_lock_for(kMoment))
+    {
+        CleanUp();
+    }
     // Whoever started this program may want to know that it was this signal that ended it.
     std::signal(signal, SIG_DFL);
     sigset_t released;
@@ -227,6 +271,9 @@ void TwoProcesses::CleanUp()
         ::waitpid(m_second, nullptr, 0);
     }
     m_files.RemoveAll();
+    // What comes now is a report at most. If nobody takes it, the process does not wait for that.
+    std::signal(SIGALRM, [](int /*signal*/) { ::_exit(EXIT_FAILURE); });
+    ::alarm(2);
 }
 
 }  // namespace Examples

@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <Support/Connection.h>
+#include <Support/LogWatch.h>
 #include <Support/TemporaryFiles.h>
 
 namespace Examples
@@ -32,10 +33,11 @@ private:
 /// Two processes that talk over a channel. Whatever happens, neither goes on without the other, and no temporary file
 /// remains.
 ///
-/// A channel does not tell its user that the other side is gone, and opening a pipe cannot be called off. So a thread
-/// in each process watches the other process: the first one by SIGCHLD, the second one by a signal that the kernel
-/// sends when its parent ends. What the thread sees ends its own process on the spot. So does an exception: to
-/// release the channel on the way out would be to wait for the other side, which does not know that anything is wrong.
+/// Opening a pipe cannot be called off, and a channel's Read waits forever when nothing more comes. So a thread in each
+/// process watches the other process: the first one by SIGCHLD, the second one by a signal that the kernel sends when
+/// its parent ends. What the thread sees ends its own process on the spot. So does the end of the channel's input, and
+/// an exception: to release the channel on the way out would be to wait for the other side, which does not know that
+/// anything is wrong. A signal that ends one process ends both.
 class TwoProcesses
 {
 public:
@@ -50,14 +52,15 @@ public:
 
 private:
     using Channel = Tarsel::SP<Tarsel::Core::IDataChannel>;
-    using Connect = Channel (*)(const PipeNames& pipes);
+    using Connect = Channel (*)(const PipeNames& pipes, const EndHandler& onEnd);
 
     [[noreturn]] void RunSecond(const Talk& talk);
-    Channel Converse(Connect connect, const Talk& talk);
+    void Converse(Connect connect, Channel& channel, const Talk& talk);
 
     void WatchSecond();
     void WatchFirst();
-    siginfo_t EndOfSecond(int options) const;
+    siginfo_t EndOfSecond() const;
+    bool OtherHasEnded() const;
 
     [[noreturn]] void EndByException();
     [[noreturn]] void EndByPeer();
@@ -68,8 +71,9 @@ private:
     TemporaryFiles m_files;
     PipeNames m_pipes;
     pid_t m_first = 0;
-    pid_t m_second = 0;   // 0 in the second process itself
-    std::mutex m_ending;  // taken by the thread that ends the process, and never released
+    pid_t m_second = 0;  // 0 in the second process itself
+    LogWatch m_log;
+    std::timed_mutex m_ending;  // taken by the thread that ends the process, and never released
 };
 
 }  // namespace Examples
