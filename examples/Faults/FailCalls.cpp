@@ -17,6 +17,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <stdio_ext.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -175,7 +176,8 @@ extern "C"
     int fflush(FILE* file)
     {
         static auto* const real = Real("fflush", &fflush);
-        return file != nullptr && Fails("fflush", ::fileno(file)) ? EOF : real(file);
+        const bool writes = file != nullptr && ::__fpending(file) != 0;
+        return writes && Fails("fflush", ::fileno(file)) ? EOF : real(file);
     }
 
     int close(int descriptor)
