@@ -26,6 +26,8 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include <Support/FileReader.h>
 #include <Support/Program.h>
 #include <Support/TargetFile.h>
@@ -44,18 +46,15 @@ constexpr ioSize kByteBits = 8;
 constexpr ioSize kLengthBits = 6;
 constexpr std::size_t kLongestCode = 63;
 constexpr std::size_t kByteValues = 256;
-constexpr ioSize kLeastRoom = 4096;
+constexpr ioSize kLeastRoom = 256;
 
-constexpr char kHelp[] =
-    "Usage: bit_pack pack INPUT OUTPUT\n"
-    "       bit_pack unpack INPUT OUTPUT\n"
-    "\n"
-    "Packs the file INPUT into OUTPUT, or gives back what has been packed. OUTPUT gets its name, or is\n"
-    "replaced, only when all has gone well. Both files have to fit into memory.\n"
-    "\n"
-    "  -h, --help     show this text and end\n"
-    "\n"
-    "Ends with 0 if OUTPUT was written, with 1 after a failure and with 2 if the command line is wrong.\n";
+constexpr char kDescription[] =
+    "Packs the file INPUT into OUTPUT, or unpacks what has been packed. OUTPUT gets\n"
+    "its name, or is replaced, only when all has gone well. Both files have to fit\n"
+    "into memory.";
+constexpr char kExitStatus[] =
+    "Exits with status 0 if OUTPUT was written, with 1 after a failure and with 2 if\n"
+    "the command line is wrong.";
 
 /// How many bits the code of each byte value has; 0 if the value does not occur.
 using CodeLengths = std::array<std::uint8_t, kByteValues>;
@@ -321,9 +320,13 @@ void ConvertInMemory(const std::string& verb, const std::string& input, const st
 
 int main(int argc, char** argv)
 {
-    return Examples::RunProgram(argc,
-                                argv,
-                                {kHelp, 3, 3},
-                                [](const std::vector<std::string>& operands)
-                                { ConvertInMemory(operands[0], operands[1], operands[2]); });
+    CLI::App app(kDescription);
+    std::string mode;
+    std::string input;
+    std::string output;
+    app.add_option("MODE", mode, "pack or unpack")->required();
+    app.add_option("INPUT", input, "the file to read")->required();
+    app.add_option("OUTPUT", output, "the file to write")->required();
+    app.footer(kExitStatus);
+    return Examples::RunProgram(app, argc, argv, [&] { ConvertInMemory(mode, input, output); });
 }

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <openssl/evp.h>
 
 #include <Support/Connection.h>
@@ -31,22 +32,17 @@ using namespace Tarsel::Core;
 using Examples::Kind;
 namespace fs = std::filesystem;
 
-constexpr char kHelp[] =
-    "Usage: file_transfer [--verbose] SOURCE TARGET\n"
-    "\n"
-    "Starts a second process and sends it the file SOURCE over a named pipe; the second process writes TARGET. Both\n"
-    "digest all bytes with MD5, and the digests are compared. Prints the digest as md5sum does, the number of bytes\n"
-    "and the throughput. TARGET gets its name, or is replaced, only when all of SOURCE has arrived: after a failure "
-    "it\n"
-    "is what it was before.\n"
-    "\n"
-    "  SOURCE         the file to read, of any size\n"
-    "  TARGET         the file to write, in a directory that exists\n"
-    "  -v, --verbose  show the log of both processes on standard error\n"
-    "  -h, --help     show this text and end\n"
-    "\n"
-    "The named pipes stand in the directory that the variable TMPDIR names, or in /tmp, until both are open.\n"
-    "Ends with 0 if TARGET was written, with 1 after a failure and with 2 if the command line is wrong.\n";
+constexpr char kDescription[] =
+    "Starts a second process and sends it the file INPUT over a named pipe; the\n"
+    "second process writes OUTPUT. Both digest all bytes with MD5, and the digests\n"
+    "are compared. Prints the digest as md5sum does, the number of bytes and the\n"
+    "throughput. OUTPUT gets its name, or is replaced, only when all of INPUT has\n"
+    "arrived.";
+constexpr char kExitStatus[] =
+    "The named pipes are in the directory that the variable TMPDIR names, or in /tmp,\n"
+    "until both are open.\n"
+    "Exits with status 0 if OUTPUT was written, with 1 after a failure and with 2 if\n"
+    "the command line is wrong.";
 
 /// Large enough that the frames cost nothing, small enough to be no burden: each process holds it a few times.
 constexpr ioSize kPieceSize = 256UL * 1024;
@@ -156,10 +152,8 @@ Totals RunBoth(const std::string& source, const std::string& targetName)
     return totals;
 }
 
-void Transfer(const std::vector<std::string>& operands)
+void Transfer(const std::string& source, const std::string& targetName)
 {
-    const std::string& source = operands[0];
-    const std::string& targetName = operands[1];
     // What cannot work is reported before anything is started. The file is opened again later, since the second process
     // would inherit what is open now.
     static_cast<void>(Examples::FileReader(source));
@@ -181,5 +175,11 @@ void Transfer(const std::vector<std::string>& operands)
 
 int main(int argc, char** argv)
 {
-    return Examples::RunProgram(argc, argv, {kHelp, 2, 2}, &Transfer);
+    CLI::App app(kDescription);
+    std::string input;
+    std::string output;
+    app.add_option("INPUT", input, "the file to read, of any size")->required();
+    app.add_option("OUTPUT", output, "the file to write, in a directory that exists")->required();
+    app.footer(kExitStatus);
+    return Examples::RunProgram(app, argc, argv, [&] { Transfer(input, output); });
 }

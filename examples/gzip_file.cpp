@@ -3,8 +3,8 @@
 #include <iostream>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
+#include <CLI/CLI.hpp>
 #include <boost/iostreams/categories.hpp>
 #include <boost/iostreams/copy.hpp>
 #include <boost/iostreams/filter/gzip.hpp>
@@ -21,13 +21,12 @@ namespace
 namespace io = boost::iostreams;
 using Tarsel::Core::ioSize;
 
-constexpr char kHelp[] =
-    "Usage: gzip_file compress|expand SOURCE TARGET\n"
-    "\n"
-    "Compresses SOURCE in the format of gzip, or expands it again, and writes the result to TARGET, which is replaced\n"
-    "once that is complete.\n"
-    "  -h, --help  show this text and end\n"
-    "Ends with 0, with 1 after a failure and with 2 if the command line is wrong.\n";
+constexpr char kDescription[] =
+    "Compresses the file INPUT in the format of gzip, or expands it again. OUTPUT\n"
+    "gets its name, or is replaced, only when all has gone well.";
+constexpr char kExitStatus[] =
+    "Exits with status 0 if OUTPUT was written, with 1 after a failure and with 2 if\n"
+    "the command line is wrong.";
 
 // NOLINTBEGIN(readability-identifier-naming): Boost.Iostreams looks for these names
 
@@ -72,16 +71,15 @@ void CopyThrough(Filter filter, Examples::FileReader& source, Examples::TargetFi
     io::copy(filtered, Sink{&target});
 }
 
-void Run(const std::vector<std::string>& operands)
+void Convert(const std::string& mode, const std::string& input, const std::string& output)
 {
-    const std::string& mode = operands[0];
     if (mode != "compress" && mode != "expand")
     {
-        throw std::runtime_error("neither compress nor expand");
+        throw std::runtime_error("'" + mode + "' is neither compress nor expand, try --help");
     }
-    Examples::FileReader source(operands[1]);
+    Examples::FileReader source(input);
     Examples::TemporaryFiles files;
-    Examples::TargetFile target(operands[2], files);
+    Examples::TargetFile target(output, files);
     try
     {
         mode == "compress" ? CopyThrough(io::gzip_compressor(), source, target)
@@ -89,7 +87,7 @@ void Run(const std::vector<std::string>& operands)
     }
     catch (const io::gzip_error&)
     {
-        throw std::runtime_error(operands[1] + ": is not compressed by gzip, or damaged");
+        throw std::runtime_error(input + ": is not compressed by gzip, or damaged");
     }
     target.Keep();
 }
@@ -98,5 +96,13 @@ void Run(const std::vector<std::string>& operands)
 
 int main(int argc, char** argv)
 {
-    return Examples::RunProgram(argc, argv, {kHelp, 3, 3}, &Run);
+    CLI::App app(kDescription);
+    std::string mode;
+    std::string input;
+    std::string output;
+    app.add_option("MODE", mode, "compress or expand")->required();
+    app.add_option("INPUT", input, "the file to read")->required();
+    app.add_option("OUTPUT", output, "the file to write")->required();
+    app.footer(kExitStatus);
+    return Examples::RunProgram(app, argc, argv, [&] { Convert(mode, input, output); });
 }

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include <Support/Connection.h>
 #include <Support/FileReader.h>
 #include <Support/Program.h>
@@ -25,20 +27,17 @@ namespace
 using namespace Tarsel::Core;
 using Examples::Kind;
 
-constexpr char kHelp[] =
-    "Usage: message_exchange [--verbose] [FILE]\n"
-    "\n"
-    "Starts a second process and sends it each line of FILE as a message over a named pipe. The second process\n"
-    "answers each message with the MD5 digest of what it got, and every answer is checked. Prints the number of\n"
-    "messages and bytes and the time that it took. Lines may be empty or long and contain any bytes; each has to fit "
-    "into memory.\n"
-    "\n"
-    "  FILE           the file to send, by default the README of the project\n"
-    "  -v, --verbose  show the log of both processes on standard error\n"
-    "  -h, --help     show this text and end\n"
-    "\n"
-    "The named pipes stand in the directory that the variable TMPDIR names, or in /tmp, until both are open.\n"
-    "Ends with 0 if every answer was right, with 1 after a failure and with 2 if the command line is wrong.\n";
+constexpr char kDescription[] =
+    "Starts a second process and sends it each line of FILE as a message over a named\n"
+    "pipe. The second process answers each message with the MD5 digest of what it\n"
+    "got, and every answer is checked. Prints the number of messages and bytes and\n"
+    "the time that it took. Lines may be empty or long and contain any bytes; each\n"
+    "has to fit into memory.";
+constexpr char kExitStatus[] =
+    "The named pipes are in the directory that the variable TMPDIR names, or in /tmp,\n"
+    "until both are open.\n"
+    "Exits with status 0 if every answer was right, with 1 after a failure and with 2\n"
+    "if the command line is wrong.";
 
 /// Reads a file as messages, one for each line. A line keeps its newline, so that the last line may go without.
 class LineReader
@@ -124,9 +123,8 @@ void AnswerLines(IDataChannel& channel)
     }
 }
 
-void Exchange(const std::vector<std::string>& operands)
+void Exchange(const std::string& path)
 {
-    const std::string path = operands.empty() ? KITIO_README : operands[0];
     // A file that cannot be read is reported before anything is started. It is opened again later, since the second
     // process would inherit what is open now.
     static_cast<void>(Examples::FileReader(path));
@@ -144,5 +142,9 @@ void Exchange(const std::vector<std::string>& operands)
 
 int main(int argc, char** argv)
 {
-    return Examples::RunProgram(argc, argv, {kHelp, 0, 1}, &Exchange);
+    CLI::App app(kDescription);
+    std::string file = KITIO_README;
+    app.add_option("FILE", file, "the file to send, by default the README of the project");
+    app.footer(kExitStatus);
+    return Examples::RunProgram(app, argc, argv, [&] { Exchange(file); });
 }

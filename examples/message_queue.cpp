@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include <Support/AsioStreams.h>
 #include <Support/Program.h>
 #include <TarselGuard/GuardedFrameInput.h>
@@ -30,13 +32,12 @@ constexpr ioSize kLongestMessage = 100'000;
 constexpr ioSize kCount = 1000;
 constexpr std::size_t kCapacity = 16;
 
-constexpr char kHelp[] =
-    "Usage: message_queue [--verbose]\n"
-    "\n"
-    "Sends 1000 messages over a socket to a queue that holds 16 of them, and checks what comes out of it.\n"
-    "  -v, --verbose  show the log on standard error\n"
-    "  -h, --help     show this text and end\n"
-    "Ends with 0 if all came in their order, with 1 after a failure and with 2 if the command line is wrong.\n";
+constexpr char kDescription[] =
+    "Sends 1000 messages over a socket to a queue that holds 16 of them, and checks\n"
+    "what comes out of it.";
+constexpr char kExitStatus[] =
+    "Exits with status 0 if all came in their order, with 1 after a failure and with\n"
+    "2 if the command line is wrong.";
 
 /// Three threads meet here: the channel's own announces, a worker fetches, and whoever wants to takes.
 class MessageQueue : public IDataAvailableHandler
@@ -164,7 +165,7 @@ SP<IDataChannel> Connect(int socket, MessageQueue& queue)
         true);
 }
 
-void Run(const std::vector<std::string>& /*operands*/)
+void Run()
 {
     std::array<int, 2> sockets = {};
     Examples::Checked(::socketpair(AF_UNIX, SOCK_STREAM, 0, sockets.data()));
@@ -197,5 +198,7 @@ void Run(const std::vector<std::string>& /*operands*/)
 
 int main(int argc, char** argv)
 {
-    return Examples::RunProgram(argc, argv, {kHelp, 0, 0}, &Run);
+    CLI::App app(kDescription);
+    app.footer(kExitStatus);
+    return Examples::RunProgram(app, argc, argv, &Run);
 }

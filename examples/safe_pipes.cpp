@@ -19,6 +19,8 @@
 #include <thread>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
+
 #include <Support/Program.h>
 #include <TarselGuard/GuardedFrameInput.h>
 #include <TarselIO/KitIO.h>
@@ -428,5 +430,6 @@ void ProveAll(const std::vector<std::string>& /*operands*/)
 
 int main(int argc, char** argv)
 {
-    return Examples::RunProgram(argc, argv, {"Usage: safe_pipes [--verbose]\n", 0, 0}, &ProveAll);
+    CLI::App app("Proves on real pipes and processes what the page about safe use says.");
+    return Examples::RunProgram(app, argc, argv, [] { ProveAll({}); });
 }

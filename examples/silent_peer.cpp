@@ -18,6 +18,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include <Support/AsioStreams.h>
 #include <Support/Program.h>
 #include <TarselGuard/GuardedFrameInput.h>
@@ -31,15 +33,13 @@ namespace
 using Tarsel::SP;
 using namespace Tarsel::Core;
 
-constexpr char kHelp[] =
-    "Usage: silent_peer [--verbose]\n"
-    "\n"
-    "Starts a process that sends one message and nothing more, waits for a while and gives up: over a socket and a "
-    "pipe.\n"
-    "Prints how long it takes to end the channel while the other process lives.\n"
-    "  -v, --verbose  show the log on standard error\n"
-    "  -h, --help     show this text and end\n"
-    "Ends with 0, with 1 after a failure and with 2 if the command line is wrong.\n";
+constexpr char kDescription[] =
+    "Starts a process that sends one message and nothing more, waits for a while and\n"
+    "gives up: over a socket and a pipe. Prints how long it takes to end the channel\n"
+    "while the other process lives.";
+constexpr char kExitStatus[] =
+    "Exits with status 0 if the channels ended, with 1 after a failure and with 2 if\n"
+    "the command line is wrong.";
 
 constexpr std::array<uint8_t, 5> kMessage = {'h', 'e', 'l', 'l', 'o'};
 
@@ -178,7 +178,7 @@ void GiveUp(const char* kind, const std::array<int, 2>& ends)
               << " ms while the other process was silent\n";
 }
 
-void Run(const std::vector<std::string>& /*operands*/)
+void Run()
 {
     std::array<int, 2> ends = {};
     Examples::Checked(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()));
@@ -191,5 +191,7 @@ void Run(const std::vector<std::string>& /*operands*/)
 
 int main(int argc, char** argv)
 {
-    return Examples::RunProgram(argc, argv, {kHelp, 0, 0}, &Run);
+    CLI::App app(kDescription);
+    app.footer(kExitStatus);
+    return Examples::RunProgram(app, argc, argv, &Run);
 }

@@ -16,6 +16,7 @@
 #include <system_error>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <boost/asio/basic_socket_acceptor.hpp>
 #include <boost/asio/generic/stream_protocol.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -44,17 +45,16 @@ using Bytes = std::vector<uint8_t>;
 
 constexpr ioSize kLongestMessage = 1'000'000;
 
-constexpr char kHelp[] =
-    "Usage: socket_messages [--verbose] ADDRESS [FILE]\n"
-    "\n"
-    "Without FILE, listens for a second one, which sends each line of FILE as a message. Each message is\n"
-    "answered with its MD5 digest, and every answer is checked.\n"
-    "  ADDRESS        unix:PATH, or tcp:HOST:PORT, where port 0 is any that is free; printed by the one that listens\n"
-    "  -v, --verbose  show the log on standard error\n"
-    "  -h, --help     show this text and end\n"
-    "Lines are at most 999,999 bytes long. Lengths travel in the byte order of the machine, so both have to have the\n"
-    "same; a length in the other order is refused as too long. Nothing is encrypted, and nobody is asked who he is.\n"
-    "Ends with 0 if every answer was right, with 1 after a failure and with 2 if the command line is wrong.\n";
+constexpr char kDescription[] =
+    "Without FILE, listens for a second one, which sends each line of FILE as a\n"
+    "message. Each message is answered with its MD5 digest, and every answer is\n"
+    "checked.";
+constexpr char kExitStatus[] =
+    "Lines are at most 999,999 bytes long. Lengths travel in the byte order of the\n"
+    "machine, so both have to have the same; a length in the other order is refused\n"
+    "as too long. Nothing is encrypted, and nobody is asked who he is.\n"
+    "Exits with status 0 if every answer was right, with 1 after a failure and with 2\n"
+    "if the command line is wrong.";
 
 /// The other side, as far as it can be seen.
 class Peer
@@ -204,14 +204,19 @@ void SendLines(const std::string& address, const std::string& path)
     std::cout << messages << " messages, every answer was right\n";
 }
 
-void Run(const std::vector<std::string>& operands)
-{
-    operands.size() == 1 ? AnswerMessages(operands[0]) : SendLines(operands[0], operands[1]);
-}
-
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    return Examples::RunProgram(argc, argv, {kHelp, 1, 2}, &Run);
+    CLI::App app(kDescription);
+    std::string address;
+    std::string file;
+    app.add_option("ADDRESS",
+                   address,
+                   "unix:PATH, or tcp:HOST:PORT, where port 0 is any that is free;\nprinted by the one that listens")
+        ->required();
+    const CLI::Option* const sends = app.add_option("FILE", file, "the file to send");
+    app.footer(kExitStatus);
+    return Examples::RunProgram(
+        app, argc, argv, [&] { sends->count() == 0 ? AnswerMessages(address) : SendLines(address, file); });
 }

@@ -17,6 +17,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include <Support/LogWatch.h>
 #include <Support/Program.h>
 #include <TarselIO/KitIO.h>
@@ -29,16 +31,10 @@ using namespace Tarsel::Core;
 
 constexpr std::size_t kBufferSize = 65536;
 
-constexpr char kHelp[] =
-    "Usage: std_streams [--verbose]\n"
-    "\n"
-    "Copies standard input to standard output and numbers the lines, like cat -n.\n"
-    "\n"
-    "  -v, --verbose  show the log of the pipes on standard error\n"
-    "  -h, --help     show this text and end\n"
-    "\n"
-    "Ends with 0 at the end of the input, with 1 after a failure, with 2 if the command line is wrong, and by SIGPIPE\n"
-    "if nobody reads the output any more.\n";
+constexpr char kDescription[] = "Copies standard input to standard output and numbers the lines, like cat -n.";
+constexpr char kExitStatus[] =
+    "Exits with status 0 at the end of the input, with 1 after a failure, with 2 if\n"
+    "the command line is wrong, and by SIGPIPE if nobody reads the output any more.";
 
 /// Asks what is connected to a standard stream. A closed one must be found before anything is opened: what is opened
 /// first would get its number, and "/dev/stdout" could turn out to be the input.
@@ -219,6 +215,7 @@ void NumberLines()
 
 int main(int argc, char** argv)
 {
-    return Examples::RunProgram(
-        argc, argv, {kHelp, 0, 0}, [](const std::vector<std::string>& /*operands*/) { NumberLines(); });
+    CLI::App app(kDescription);
+    app.footer(kExitStatus);
+    return Examples::RunProgram(app, argc, argv, &NumberLines);
 }

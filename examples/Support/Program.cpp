@@ -2,11 +2,11 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <getopt.h>
 #include <iostream>
-#include <stdexcept>
+#include <string>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <boost/exception/diagnostic_information.hpp>
 #include <boost/exception/get_error_info.hpp>
 #include <glog/logging.h>
@@ -34,16 +34,14 @@ void StartLog(const char* program, bool verbose)
     google::InitGoogleLogging(program);
 }
 
-int Fail(int status, const std::string& text)
-{
-    ReportError(text);
-    return status;
-}
-
 int FinishOutput()
 {
-    std::cout.flush();
-    return std::cout ? EXIT_SUCCESS : Fail(EXIT_FAILURE, "cannot write to standard output");
+    if (std::cout.flush())
+    {
+        return EXIT_SUCCESS;
+    }
+    ReportError("cannot write to standard output");
+    return EXIT_FAILURE;
 }
 
 /// What a reader of one line wants to know: which file, what went wrong, and the system's reason.
@@ -64,38 +62,32 @@ std::string Summary(const Tarsel::Exception& error)
 
 }  // namespace
 
-int RunProgram(int argc,
-               char** argv,
-               const ProgramInfo& info,
-               const std::function<void(const std::vector<std::string>& operands)>& body)
+int RunProgram(CLI::App& app, int argc, char** argv, const std::function<void()>& body)
 {
-    static constexpr option kOptions[] = {
-        {"help", no_argument, nullptr, 'h'}, {"verbose", no_argument, nullptr, 'v'}, {nullptr, 0, nullptr, 0}};
     bool verbose = false;
-    for (int choice = 0; (choice = ::getopt_long(argc, argv, "hv", kOptions, nullptr)) != -1;)
-    {
-        if (choice == 'h')
-        {
-            std::cout << info.help;
-            return FinishOutput();
-        }
-        if (choice != 'v')
-        {
-            return Fail(kWrongUsage, "try --help");  // getopt_long has said what is wrong
-        }
-        verbose = true;
-    }
-    const std::vector<std::string> operands(argv + optind, argv + argc);
-    if (operands.size() < info.minOperands || operands.size() > info.maxOperands)
-    {
-        return Fail(kWrongUsage, "wrong number of file names, try --help");
-    }
-
-    StartLog(argv[0], verbose);
+    app.name(program_invocation_short_name);
+    app.description(app.get_description() + '\n');
+    app.set_help_flag("-h,--help", "show this text and exit");
+    app.add_flag("-v,--verbose", verbose, "show the log on standard error");
+    app.get_formatter()->column_width(18);
+    app.get_formatter()->label("TEXT", "");
+    app.get_formatter()->label("REQUIRED", "");
     try
     {
-        body(operands);
+        app.parse(argc, argv);
+        StartLog(argv[0], verbose);
+        body();
         return FinishOutput();
+    }
+    catch (const CLI::CallForHelp&)
+    {
+        std::cout << app.help();
+        return FinishOutput();
+    }
+    catch (const CLI::ParseError& error)
+    {
+        ReportError(error.what() + std::string(", try --help"));
+        return kWrongUsage;
     }
     catch (...)
     {

@@ -1,26 +1,20 @@
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <string>
-#include <vector>
+
+namespace CLI
+{
+class App;
+}  // namespace CLI
 
 namespace Examples
 {
 
-struct ProgramInfo
-{
-    const char* help;         ///< what --help prints
-    std::size_t minOperands;  ///< how many arguments that are no options the program takes
-    std::size_t maxOperands;
-};
-
-/// The frame of every example: understands --help and --verbose, sets up the log, runs `body` with the other arguments
-/// and reports what it throws. Returns the exit code: 0, 1 after a failure, 2 if the command line is wrong.
-int RunProgram(int argc,
-               char** argv,
-               const ProgramInfo& info,
-               const std::function<void(const std::vector<std::string>& operands)>& body);
+/// The frame of every example: reads the command line as `app` describes it, with --help and --verbose added, sets up
+/// the log, runs `body` and reports what it throws. Returns the exit status: 0, 1 after a failure, 2 if the command
+/// line is wrong.
+int RunProgram(CLI::App& app, int argc, char** argv, const std::function<void()>& body);
 
 /// Whether the log is shown.
 bool IsVerbose();
