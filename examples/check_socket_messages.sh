@@ -4,10 +4,10 @@ text=$(realpath -- "$2")
 # shellcheck source=examples/check_common.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/check_common.sh"
 
-# listen <address>: starts the program that listens; $address is where it can be reached.
+# listen <address> [<option>...]: starts the program that listens; $address is where it can be reached.
 listen() {
     : >listening
-    timeout 100 "$bin/socket_messages" "$1" >listening 2>complaint &
+    timeout 100 "$bin/socket_messages" "$@" >listening 2>complaint &
     listener=$!
     until address=$(grep -o '[a-z]*:.*' listening); do
         kill -0 "$listener"
@@ -47,5 +47,58 @@ END
 
 refuse 'No such file or directory' socket_messages unix:none "$text"
 refuse 'none: .*: No such file or directory' socket_messages unix:none none
-refuse 'nowhere: neither' socket_messages nowhere
+
+# Addresses that are none.
+while read -r wrong reason; do
+    run 2 socket_messages "$wrong"
+    grep -q -- "$reason" stderr
+    [ "$(wc -l <stderr)" -eq 1 ]
+    [ ! -s stdout ]
+done <<'END'
+nowhere                 nowhere: neither unix:PATH nor tcp:HOST:PORT
+tcp:localhost           neither unix:PATH nor tcp:HOST:PORT
+tcp:localhost:99999     the port is not a number from 0 to 65535
+tcp:localhost:65536     the port is not a number from 0 to 65535
+tcp:localhost:-1        the port is not a number from 0 to 65535
+tcp:localhost:          the port is not a number from 0 to 65535
+tcp:localhost:http      the port is not a number from 0 to 65535
+unix:                   has no path
+END
+
+# Only this user may connect. A listener that was killed leaves its file, which the next one replaces. One that lives is
+# not replaced and does not notice, and neither is a file of another kind.
+stop() {
+    kill "-$1" "$listener"
+    wait "$listener" 2>/dev/null || true
+}
+for place in socket "$PWD/socket"; do
+    : >listening
+    (umask 0 && exec "$bin/socket_messages" "unix:$place" >listening 2>complaint) &
+    listener=$!
+    until [ -s listening ]; do
+        kill -0 "$listener"
+        sleep 0.01
+    done
+    [ "$(stat -c %a socket)" = 600 ]
+    stop KILL
+    [ -S socket ]
+    : >listening
+    listen "unix:$place"
+    refuse 'Address already in use' socket_messages "unix:$place"
+    succeed 'every answer was right$' socket_messages "$address" "$text"
+    ends 0 'messages answered$'
+    [ ! -e socket ]
+done
+echo kept >file
+refuse 'Address already in use' socket_messages unix:file
+[ "$(cat file)" = kept ]
+
+# Clients that say nothing, or only a part of a message, keep nobody out.
+listen tcp:127.0.0.1:0 --patience 1
+exec 5<>"/dev/tcp/127.0.0.1/${address##*:}"
+exec 6<>"/dev/tcp/127.0.0.1/${address##*:}"
+printf '\4\0\0' >&6
+succeed 'every answer was right$' socket_messages "$address" "$text"
+ends 0 'messages answered$'
+exec 5>&- 6>&-
 command_line socket_messages

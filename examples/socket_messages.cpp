@@ -5,21 +5,31 @@
 // for a conversation of questions and answers, and the end of the other side is an answer, too: a length of 0.
 
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <cstring>
+#include <exception>
+#include <fcntl.h>
 #include <filesystem>
+#include <future>
 #include <iostream>
 #include <istream>
+#include <limits>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 #include <boost/asio/basic_socket_acceptor.hpp>
 #include <boost/asio/generic/stream_protocol.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/local/datagram_protocol.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
 
 #include <Support/AsioStreams.h>
@@ -44,6 +54,12 @@ using Examples::ByteStreams;
 using Bytes = std::vector<uint8_t>;
 
 constexpr ioSize kLongestMessage = 1'000'000;
+
+/// How long a client may take to send its first message.
+constexpr int kPatience = 10;
+
+constexpr char kUnix[] = "unix:";
+constexpr char kTcp[] = "tcp:";
 
 constexpr char kDescription[] =
     "Without FILE, listens for a second one, which sends each line of FILE as a\n"
@@ -92,25 +108,89 @@ public:
         return message;
     }
 
+    /// Like Receive, but returns nothing, and receives nothing more, when no message has come in this time.
+    std::optional<Bytes> ReceiveWithin(std::chrono::seconds patience)
+    {
+        std::promise<void> done;
+        auto watch = std::async(std::launch::async,
+                                [this, patience, end = done.get_future()]
+                                {
+                                    const bool isOver = end.wait_for(patience) == std::future_status::timeout;
+                                    if (isOver)
+                                    {
+                                        m_channel->Cancel();
+                                    }
+                                    return isOver;
+                                });
+        std::optional<Bytes> message;
+        std::exception_ptr failure;
+        try
+        {
+            message = Receive();
+        }
+        catch (...)
+        {
+            failure = std::current_exception();
+        }
+        done.set_value();
+        if (watch.get())
+        {
+            return std::nullopt;
+        }
+        if (failure != nullptr)
+        {
+            std::rethrow_exception(failure);
+        }
+        return message;
+    }
+
 private:
     std::optional<FrameEnd> m_end;
     SP<IDataChannel> m_channel;
 };
 
-Protocol::endpoint Resolve(const std::string& address)
+bool IsPath(const std::string& address)
 {
-    if (address.rfind("unix:", 0) == 0)
+    return address.rfind(kUnix, 0) == 0;
+}
+
+/// What comes after "unix:".
+std::string PathOf(const std::string& address)
+{
+    return address.substr(std::strlen(kUnix));
+}
+
+/// Returns what is wrong with an address; empty if nothing is. Resolvers take a port modulo 65536, and systems take an
+/// empty path for a name of their own choice.
+std::string Complaint(const std::string& address)
+{
+    if (IsPath(address))
     {
-        return asio::local::stream_protocol::endpoint(address.substr(5));
+        return PathOf(address).empty() ? address + ": has no path" : "";
     }
     const std::size_t colon = address.rfind(':');
-    if (address.rfind("tcp:", 0) != 0 || colon < 4)
+    if (address.rfind(kTcp, 0) != 0 || colon < std::strlen(kTcp))
     {
-        throw std::runtime_error(address + ": neither unix:PATH nor tcp:HOST:PORT");
+        return address + ": neither unix:PATH nor tcp:HOST:PORT";
     }
+    const std::string port = address.substr(colon + 1);
+    const bool isPort = !port.empty() && port.size() <= 5 &&
+                        port.find_first_not_of("0123456789") == std::string::npos &&
+                        std::stoul(port) <= std::numeric_limits<std::uint16_t>::max();
+    return isPort ? "" : address + ": the port is not a number from 0 to 65535";
+}
+
+Protocol::endpoint Resolve(const std::string& address)
+{
+    if (IsPath(address))
+    {
+        return asio::local::stream_protocol::endpoint(PathOf(address));
+    }
+    const std::size_t colon = address.rfind(':');
+    const std::size_t host = std::strlen(kTcp);
     asio::io_context context;
     Tcp::resolver resolver(context);
-    return resolver.resolve(address.substr(4, colon - 4), address.substr(colon + 1)).begin()->endpoint();
+    return resolver.resolve(address.substr(host, colon - host), address.substr(colon + 1)).begin()->endpoint();
 }
 
 ByteStreams Split(Protocol::socket socket)
@@ -139,26 +219,96 @@ std::string Describe(const Protocol::endpoint& place)
     return "tcp:" + endpoint.address().to_string() + ':' + std::to_string(endpoint.port());
 }
 
-ByteStreams Accept(const std::string& address)
+/// Whether a socket's file is left over from a listener that has ended. A socket of another kind is not connected to
+/// one that listens, so that the listener does not notice.
+bool IsStale(const std::string& path)
 {
+    struct stat status = {};
     asio::io_context context;
-    ::umask(0077);  // nobody but this user shall connect to a path
-    asio::basic_socket_acceptor<Protocol> acceptor(context, Resolve(address));
-    const bool hasPath = acceptor.local_endpoint().protocol().family() == AF_UNIX;
-    std::cout << "listening on " << (hasPath ? address : Describe(acceptor.local_endpoint())) << std::endl;
-    Protocol::socket socket = acceptor.accept();
-    std::filesystem::remove(hasPath ? address.substr(5) : "");
-    return Split(std::move(socket));
+    asio::local::datagram_protocol::socket socket(context);
+    boost::system::error_code error;
+    socket.connect(path, error);
+    return ::lstat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode) && error == asio::error::connection_refused;
 }
 
-void AnswerMessages(const std::string& address)
+/// Of two listeners that start in a directory at once, the second one must not remove the file of the first.
+class DirectoryLock
 {
-    Peer peer(Accept(address));
-    ioSize messages = 0;
-    for (Bytes message = peer.Receive(); !message.empty(); message = peer.Receive(), ++messages)
+public:
+    explicit DirectoryLock(const std::string& directory)
+        : m_descriptor(Examples::Checked(::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_CLOEXEC)))
     {
-        const MD5Digest digest = MD5Generate(message, "");
-        peer.Send(digest.bytes.data(), digest.bytes.size());
+        ::flock(m_descriptor, LOCK_EX);  // where there are no locks, one does without
+    }
+    ~DirectoryLock() { ::close(m_descriptor); }
+    DirectoryLock(const DirectoryLock&) = delete;
+    DirectoryLock& operator=(const DirectoryLock&) = delete;
+
+private:
+    const int m_descriptor;
+};
+
+/// Accepts clients at an address, one after the other. A path is there for as long as this object.
+class Listener
+{
+public:
+    explicit Listener(const std::string& address) : m_acceptor(m_context)
+    {
+        const Protocol::endpoint place = Resolve(address);
+        m_acceptor.open(place.protocol());
+        IsPath(address) ? BindPath(PathOf(address), place) : BindPort(place);
+        m_acceptor.listen();
+        std::cout << "listening on " << (IsPath(address) ? address : Describe(m_acceptor.local_endpoint()))
+                  << std::endl;
+    }
+    ~Listener() { ::unlink(m_path.c_str()); }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    ByteStreams Accept() { return Split(m_acceptor.accept()); }
+
+private:
+    void BindPort(const Protocol::endpoint& place)
+    {
+        m_acceptor.set_option(asio::socket_base::reuse_address(true));
+        m_acceptor.bind(place);
+    }
+
+    void BindPath(const std::string& path, const Protocol::endpoint& place)
+    {
+        const DirectoryLock lock(std::filesystem::path(path).parent_path().string());
+        if (IsStale(path))
+        {
+            ::unlink(path.c_str());
+        }
+        Examples::Checked(::fchmod(m_acceptor.native_handle(), 0600));  // nobody but this user shall connect
+        m_acceptor.bind(place);
+        m_path = path;
+    }
+
+    asio::io_context m_context;
+    asio::basic_socket_acceptor<Protocol> m_acceptor;
+    std::string m_path;  // empty if there is none to be removed
+};
+
+void AnswerMessages(const std::string& address, std::chrono::seconds patience)
+{
+    auto listener = std::make_unique<Listener>(address);
+    std::unique_ptr<Peer> peer;
+    std::optional<Bytes> message;
+    while (!message)  // a client that says nothing does not keep the others out
+    {
+        peer.reset();
+        peer = std::make_unique<Peer>(listener->Accept());
+        message = peer->ReceiveWithin(patience);
+    }
+    listener.reset();
+
+    ioSize messages = 0;
+    for (; !message->empty(); message = peer->Receive(), ++messages)
+    {
+        const MD5Digest digest = MD5Generate(*message, "");
+        peer->Send(digest.bytes.data(), digest.bytes.size());
     }
     std::cout << messages << " messages answered\n";
 }
@@ -211,12 +361,22 @@ int main(int argc, char** argv)
     CLI::App app(kDescription);
     std::string address;
     std::string file;
+    int patience = kPatience;
     app.add_option("ADDRESS",
                    address,
                    "unix:PATH, or tcp:HOST:PORT, where port 0 is any that is free;\nprinted by the one that listens")
-        ->required();
+        ->required()
+        ->check(&Complaint);
     const CLI::Option* const sends = app.add_option("FILE", file, "the file to send");
+    app.add_option(
+           "-p,--patience", patience, "how long a client may take to send its first message,\nin seconds (default: 10)")
+        ->option_text("SECONDS")
+        ->check(CLI::Range(1, 86400));
     app.footer(kExitStatus);
     return Examples::RunProgram(
-        app, argc, argv, [&] { sends->count() == 0 ? AnswerMessages(address) : SendLines(address, file); });
+        app,
+        argc,
+        argv,
+        [&]
+        { sends->count() == 0 ? AnswerMessages(address, std::chrono::seconds(patience)) : SendLines(address, file); });
 }
