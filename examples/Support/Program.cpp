@@ -20,12 +20,6 @@ namespace
 
 constexpr int kWrongUsage = 2;
 
-void WriteToStderr(const std::string& text)
-{
-    // Not through std::cerr, whose lock may be held by a thread that is stuck while another one reports an error.
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
-}
-
 /// The library logs each step of its pipes. A program decides what is shown of that.
 void StartLog(const char* program, bool verbose)
 {
@@ -104,7 +98,9 @@ bool IsVerbose()
 void ReportError(const std::string& text)
 {
     const char* const overProgressBar = ::isatty(STDERR_FILENO) == 1 ? "\r\033[K" : "";
-    WriteToStderr(overProgressBar + std::string(program_invocation_short_name) + ": " + text + "\n");
+    const std::string line = overProgressBar + std::string(program_invocation_short_name) + ": " + text + "\n";
+    // Not through std::cerr, whose lock may be held by a thread that is stuck while another one reports an error.
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
 }
 
 void ReportCurrentException()

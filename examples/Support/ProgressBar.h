@@ -1,7 +1,10 @@
 #pragma once
 
-#include <chrono>
+#include <iostream>
+#include <string>
+#include <unistd.h>
 
+#include <Support/Program.h>
 #include <TarselIO/ioSize.h>
 
 namespace Examples
@@ -12,22 +15,35 @@ namespace Examples
 class ProgressBar
 {
 public:
-    explicit ProgressBar(Tarsel::Core::ioSize total);
-    ~ProgressBar();
+    explicit ProgressBar(Tarsel::Core::ioSize total)
+        : m_shown(::isatty(STDERR_FILENO) == 1 && !IsVerbose()), m_total(static_cast<double>(total))
+    {
+    }
+    ~ProgressBar() { Show("\r\033[K"); }
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    void Advance(Tarsel::Core::ioSize amount);
+    void Advance(Tarsel::Core::ioSize amount)
+    {
+        m_done += static_cast<double>(amount);
+        const auto percent = static_cast<std::size_t>(m_done < m_total ? 100 * m_done / m_total : 100);
+        if (percent != m_percent)
+        {
+            m_percent = percent;
+            const std::string bar(percent * kWidth / 100, '#');
+            Show("\r[" + bar + std::string(kWidth - bar.size(), ' ') + "] " + std::to_string(percent) + " %");
+        }
+    }
 
 private:
-    using Clock = std::chrono::steady_clock;
+    static constexpr std::size_t kWidth = 40;
 
-    void Draw() const;
+    void Show(const std::string& text) const { std::cerr << (m_shown ? text : ""); }
 
     const bool m_shown;
-    const Tarsel::Core::ioSize m_total;
-    Tarsel::Core::ioSize m_done = 0;
-    Clock::time_point m_nextDrawing;
+    const double m_total;
+    double m_done = 0;
+    std::size_t m_percent = 0;
 };
 
 }  // namespace Examples
