@@ -96,6 +96,7 @@ void TwoProcesses::Run(const Talk& first, const Talk& second)
     Channel channel;
     Converse(&ConnectFirst, channel, first);
     watch.join();
+    channel.reset();  // before the second process is forgotten: a read that fails now still ends both
     ::waitpid(m_second, nullptr, 0);
 }
 
@@ -225,8 +226,9 @@ void TwoProcesses::EndByPeer()
     m_ending.lock();
     const std::string error = m_log.LastError();
     const siginfo_t end = EndOfSecond();
+    const bool endedWell = end.si_code == CLD_EXITED && end.si_status == EXIT_SUCCESS;
     CleanUp();
-    if (!otherHasEnded)
+    if (!otherHasEnded || (endedWell && !error.empty()))
     {
         ReportError("the connection has failed: " + error);
     }
@@ -238,7 +240,7 @@ void TwoProcesses::EndByPeer()
     {
         ReportError(std::string("the second process was ended by a signal: ") + ::strsignal(end.si_status));
     }
-    else if (end.si_status == EXIT_SUCCESS)
+    else if (endedWell)
     {
         ReportError("the second process ended too early");
     }
