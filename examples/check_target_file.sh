@@ -96,7 +96,7 @@ truncate -s 1T endless
 "$bin/file_transfer" endless target >stdout 2>stderr &
 first=$!
 second=
-until [ -n "$second" ] && ls -l "/proc/$second/fd" 2>/dev/null | grep -q "$PWD/.*deleted"; do
+until [ -n "$second" ] && find "/proc/$second/fd" -lname "$PWD/*deleted*" 2>/dev/null | grep -q .; do
     kill -0 "$first"
     second=$(grep -lsx "PPid:[[:space:]]*$first" /proc/[0-9]*/status | cut -d / -f 3) || true
 done

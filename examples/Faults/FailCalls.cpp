@@ -100,19 +100,6 @@ Function* Real(const char* name, Function* /*ours*/)
     return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
-template <class Open>
-int OpenUnlessNameless(Open open, const char* name, int flags, va_list arguments)
-{
-    const bool hasMode = (flags & (O_CREAT | O_TMPFILE)) != 0;
-    const mode_t mode = hasMode ? va_arg(arguments, mode_t) : 0;
-    if ((flags & O_TMPFILE) == O_TMPFILE && FailsAlways("nameless"))
-    {
-        errno = EOPNOTSUPP;
-        return -1;
-    }
-    return open(name, flags, mode);
-}
-
 }  // namespace
 
 // clang-format off
@@ -196,19 +183,14 @@ extern "C"
         static auto* const real = Real("open", &open);
         va_list arguments;
         va_start(arguments, flags);
-        const int descriptor = OpenUnlessNameless(real, name, flags, arguments);
+        const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
         va_end(arguments);
-        return descriptor;
-    }
-
-    int open64(const char* name, int flags, ...)
-    {
-        static auto* const real = Real("open64", &open64);
-        va_list arguments;
-        va_start(arguments, flags);
-        const int descriptor = OpenUnlessNameless(real, name, flags, arguments);
-        va_end(arguments);
-        return descriptor;
+        if ((flags & O_TMPFILE) == O_TMPFILE && FailsAlways("nameless"))
+        {
+            errno = EOPNOTSUPP;
+            return -1;
+        }
+        return real(name, flags, mode);
     }
 
     pid_t fork()
