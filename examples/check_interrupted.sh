@@ -36,7 +36,7 @@ interrupt() {
     nothing_left
 }
 
-# interrupt_stuck <signal> <program> <argument>...: both end although nobody takes the report of what has happened before.
+# interrupt_stuck <signal> <program> <argument>...: both end although nobody takes the report of what has happened.
 interrupt_stuck() {
     local status=0 child=''
     mkfifo full

@@ -5,8 +5,8 @@
 //                 without names
 //
 // A read or a write is a call of the C library by the program or by another library. It counts if it moves data of a
-// file, pipe, socket or device. Standard error does not count: who cannot be told cannot say so. Neither do the
-// descriptors by which threads wake each other (eventfd, timerfd): the kernel lets none of these calls fail.
+// file, pipe, socket or device. Standard error does not count: the report of the failure is what would be lost. Neither
+// do the descriptors by which threads wake each other (eventfd, timerfd): the kernel lets none of these calls fail.
 
 #include <atomic>
 #include <cerrno>

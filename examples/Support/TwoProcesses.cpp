@@ -222,7 +222,7 @@ void TwoProcesses::EndByException()
 
 void TwoProcesses::EndByPeer()
 {
-    const bool otherHasEnded = OtherHasEnded();  // not locked yet: meanwhile a signal ends this process at once
+    const bool otherHasEnded = OtherHasEnded();  // not locked yet, so that a signal still ends this process at once
     m_ending.lock();
     const std::string error = m_log.LastError();
     const siginfo_t end = EndOfSecond();
