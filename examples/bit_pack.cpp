@@ -318,7 +318,8 @@ void ConvertInMemory(const std::string& verb, const std::string& input, const st
 
 }  // namespace
 
-int main(int argc, char** argv)
+// Only a mistake in the description of the command line throws.
+int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
 {
     CLI::App app(kDescription);
     std::string mode;

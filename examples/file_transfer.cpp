@@ -173,7 +173,8 @@ void Transfer(const std::string& source, const std::string& targetName)
 
 }  // namespace
 
-int main(int argc, char** argv)
+// Only a mistake in the description of the command line throws.
+int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
 {
     CLI::App app(kDescription);
     std::string input;

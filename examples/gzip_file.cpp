@@ -94,7 +94,8 @@ void Convert(const std::string& mode, const std::string& input, const std::strin
 
 }  // namespace
 
-int main(int argc, char** argv)
+// Only a mistake in the description of the command line throws.
+int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
 {
     CLI::App app(kDescription);
     std::string mode;

@@ -140,7 +140,8 @@ void Exchange(const std::string& path)
 
 }  // namespace
 
-int main(int argc, char** argv)
+// Only a mistake in the description of the command line throws.
+int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
 {
     CLI::App app(kDescription);
     std::string file = KITIO_README;

@@ -196,7 +196,8 @@ void Run()
 
 }  // namespace
 
-int main(int argc, char** argv)
+// Only a mistake in the description of the command line throws.
+int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
 {
     CLI::App app(kDescription);
     app.footer(kExitStatus);

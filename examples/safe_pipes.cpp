@@ -428,7 +428,8 @@ void ProveAll(const std::vector<std::string>& /*operands*/)
 
 }  // namespace
 
-int main(int argc, char** argv)
+// Only a mistake in the description of the command line throws.
+int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
 {
     CLI::App app("Proves on real pipes and processes what the page about safe use says.");
     return Examples::RunProgram(app, argc, argv, [] { ProveAll({}); });

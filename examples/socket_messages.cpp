@@ -258,12 +258,13 @@ public:
         m_acceptor.open(place.protocol());
         IsPath(address) ? BindPath(PathOf(address), place) : BindPort(place);
         m_acceptor.listen();
-        std::cout << "listening on " << (IsPath(address) ? address : Describe(m_acceptor.local_endpoint()))
-                  << std::endl;
     }
     ~Listener() { ::unlink(m_path.c_str()); }
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
+
+    /// Where clients find it.
+    std::string Address() const { return m_path.empty() ? Describe(m_acceptor.local_endpoint()) : kUnix + m_path; }
 
     ByteStreams Accept() { return Split(m_acceptor.accept()); }
 
@@ -294,6 +295,10 @@ private:
 void AnswerMessages(const std::string& address, std::chrono::seconds patience)
 {
     auto listener = std::make_unique<Listener>(address);
+    if (!(std::cout << "listening on " << listener->Address() << std::endl))
+    {
+        throw std::runtime_error("cannot write to standard output");  // nobody would know where to connect
+    }
     std::unique_ptr<Peer> peer;
     std::optional<Bytes> message;
     while (!message)  // a client that says nothing does not keep the others out
@@ -356,7 +361,8 @@ void SendLines(const std::string& address, const std::string& path)
 
 }  // namespace
 
-int main(int argc, char** argv)
+// Only a mistake in the description of the command line throws.
+int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
 {
     CLI::App app(kDescription);
     std::string address;
