@@ -1,6 +1,7 @@
 #include <TarselIO/DataInputMemory.h>
 
 #include <algorithm>
+#include <cstdint>
 
 #include <TarselIO/IOException.h>
 #include <TarselIO/Internal/CopyBytes.h>
@@ -26,13 +27,10 @@ TARSEL_IMPLEMENT_REFCOUNT(DataInputMemory, m_refCount);
 ioSize DataInputMemory::Read(uint8_t* data, ioSize size)
 {
     const ioSize count = std::min(size, m_size - m_position);
-    if (count == 0)  // there may be no block to point into
-    {
-        return 0;
-    }
-    const uint8_t* const from = m_data + m_position;
+    // Added up as numbers: there may be no block, and then there is nothing that a pointer could be moved in.
+    const auto from = reinterpret_cast<std::uintptr_t>(m_data) + m_position;
     m_position += count;
-    return CopyBytes(data, from, count);
+    return CopyBytes(data, reinterpret_cast<const uint8_t*>(from), count);  // NOLINT(performance-no-int-to-ptr)
 }
 
 const ioPath& DataInputMemory::GetFilename() const
