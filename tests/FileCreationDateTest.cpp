@@ -176,6 +176,7 @@ TEST_F(FileCreationDate, ReadsItsOwnTextInOtherCalendarsAndDigits)
     EXPECT_EQ(MakeFormatter()->Parse("1904-01-01 00:00:00"), (Instant{-2082844800, 0})) << "Gregorian years there, too";
     EXPECT_EQ(MakeFormatter("'Y'YYYY-MM-dd")->Parse("Y2024-07-01"), (Instant{1719792000, 0}));
     Use("UTC", "en_US");
+    EXPECT_EQ(MakeFormatter("YY-MM-dd")->Parse("24-07-01"), (Instant{1719792000, 0})) << "not the year 24";
     EXPECT_EQ(MakeFormatter("YYYY 'Year' w e")->Parse("2025 Year 1 1"), (Instant{1735430400, 0})) << "2024-12-29";
 }
 

@@ -43,11 +43,12 @@ bool Succeeded(UErrorCode status)
 
 // The pattern by which texts of `pattern` are read. Only ICU's Gregorian calendar finds a day by its month and its
 // week-based year, and takes that year for the day's own; as `u`, the other calendars do the same. Patterns that show
-// another year or the week need no such help.
+// another year or the week need no such help, and a year of two digits would lose its century.
 icu::UnicodeString ReadingPattern(const icu::UnicodeString& pattern)
 {
     icu::UnicodeString reading = pattern;
     bool quoted = false;
+    int digits = 0;
     for (std::int32_t i = 0; i < reading.length(); ++i)
     {
         const char16_t symbol = reading.charAt(i);
@@ -59,9 +60,10 @@ icu::UnicodeString ReadingPattern(const icu::UnicodeString& pattern)
         if (!quoted && symbol == u'Y')
         {
             reading.setCharAt(i, u'u');
+            ++digits;
         }
     }
-    return reading;
+    return digits == 2 ? pattern : reading;
 }
 
 // ICU does the calendar and the text, with its clock held at UTC: it is given, and gives back, the time on the local
