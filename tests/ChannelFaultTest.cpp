@@ -111,7 +111,7 @@ TEST(ChannelFaults, WakesAReaderThatIsAboutToWaitWhenItIsDestroyed)
     std::packaged_task<ioSize()> read(
         [plain = channel.get()]
         {
-            mutexesToGo = 2;  // the channel's, then those of the wait
+            mutexesToGo = 2;  // the channel's, which it holds then, and the first of those of Boost's wait
             uint8_t byte = 0;
             return plain->Read(&byte, 1);
         });

@@ -20,6 +20,7 @@
 #include <TarselStdStream/InputStreambuf.h>
 #include <TarselStdStream/OutputStreambuf.h>
 
+#include "Support/Await.h"
 #include "Support/LogCapture.h"
 #include "Support/Records.h"
 #include "Support/ScriptedStreams.h"
@@ -565,11 +566,7 @@ TEST(Guard, IsNotToldThatItsChannelHasNoMemory)
     auto channel = CommunicationChannel::Create(
         GuardedFrameInput::Create(source, payload.size(), note), DataOutputString::Create(&sent), true);
     std::vector<LogLine> lines;
-    while (lines.empty())
-    {
-        std::this_thread::yield();
-        lines = log.Take();
-    }
+    ASSERT_NO_FATAL_FAILURE(Await([&] { return !(lines = log.Take()).empty(); }));
     EXPECT_EQ(lines.size(), 1U);
     EXPECT_THAT(lines[0].text, testing::HasSubstr("std::bad_alloc"));
     EXPECT_FALSE(channel->IsDataAvaliable());

@@ -109,7 +109,7 @@ TEST_F(Guard, EndsAChannelAndTellsWhy)
         input = GuardedFrameInput::Create(source, kLimit, [&why](FrameEnd reason) { why.set_value(reason); });
         const auto channel = CommunicationChannel::Create(input, SP<ScriptedOutput>(new ScriptedOutput), threaded);
         EXPECT_EQ(threaded ? kLimit : channel->ReadHeader(), kLimit);
-        Await([&] { return !threaded || channel->IsDataAvaliable(); });
+        ASSERT_NO_FATAL_FAILURE(Await([&] { return !threaded || channel->IsDataAvaliable(); }));
         std::string message(kLimit, '-');
         EXPECT_EQ(channel->Read(reinterpret_cast<uint8_t*>(message.data()), kLimit), kLimit);
         EXPECT_EQ(message, kLongest);
