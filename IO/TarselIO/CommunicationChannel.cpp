@@ -31,6 +31,7 @@ class UnlockAndNotifyOnExit
 {
 public:
     UnlockAndNotifyOnExit(Lock& lock, boost::condition_variable& condition) : m_lock(lock), m_condition(condition) {}
+    // Unlocking throws only where the lock is not held. NOLINTNEXTLINE(bugprone-exception-escape)
     ~UnlockAndNotifyOnExit() { UnlockAndNotify(m_lock, m_condition); }
     UnlockAndNotifyOnExit(const UnlockAndNotifyOnExit&) = delete;
     UnlockAndNotifyOnExit& operator=(const UnlockAndNotifyOnExit&) = delete;
