@@ -4,6 +4,8 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
@@ -13,6 +15,7 @@
 #include <stdexcept>
 #include <string>
 #include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
@@ -184,8 +187,15 @@ std::string InstallHandler(IDataChannel& channel, Note& note)
 
 // The rest proves that these do what they say, and why they are needed.
 
+/// Ends this process in a moment unless it gets on. What is not true may well hang, and so may a call that fails.
+void ExpectProgress()
+{
+    ::alarm(4);
+}
+
 void Require(bool proof, const char* claim)
 {
+    ExpectProgress();
     std::cout << (proof ? claim : throw std::runtime_error(std::string("not true: ") + claim)) << std::endl;
 }
 
@@ -390,6 +400,7 @@ void ProveThatFreshFifosDoNot(const std::string& folder)
     SP<IDataChannel> last;
     for (int i = 0; i != kSenders; ++i)
     {
+        ExpectProgress();
         const Connection connection = MakeConnection(folder);
         const std::size_t cutAfter = 1 + static_cast<std::size_t>(i) % (FrameOf('a').size() - 1);
         const pid_t sender = StartSender(connection, static_cast<char>('a' + i % 26), cutAfter);
@@ -411,10 +422,8 @@ void ProveThatFreshFifosDoNot(const std::string& folder)
             "500 senders that are killed within a message mix none, each with FIFOs of its own");
 }
 
-void ProveAll(const std::vector<std::string>& /*operands*/)
+void ProveAll(const std::string& folder)
 {
-    ::alarm(120);  // what is not true may well hang
-    const std::string folder = MakeOwnFolder();
     const std::string fifo = MakeFifo(folder, &GeneratePipeName);
     ProveNames(folder);
     ProveChildren(fifo);
@@ -423,14 +432,80 @@ void ProveAll(const std::vector<std::string>& /*operands*/)
     ProveHandler(fifo);
     ProveThatOneFifoMixes(folder);
     ProveThatFreshFifosDoNot(folder);
-    std::filesystem::remove_all(folder);
 }
 
+/// The process that proves, in a group of its own with all that it starts.
+[[noreturn]] void RunProver(const std::string& folder, const sigset_t& mask)
+{
+    ::setpgid(0, 0);
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    std::signal(SIGALRM, SIG_DFL);
+    ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+    try
+    {
+        ExpectProgress();
+        ProveAll(folder);
+        std::cout.flush();
+        ::_exit(std::cout ? EXIT_SUCCESS : EXIT_FAILURE);
+    }
+    catch (...)
+    {
+        Examples::ReportCurrentException();
+        ::_exit(EXIT_FAILURE);
+    }
+}
+
+/// Leaves the proofs to another process, so that whatever becomes of them nothing is left behind.
+void WatchTheProofs()
+{
+    sigset_t awaited;
+    ::sigemptyset(&awaited);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD})
+    {
+        ::sigaddset(&awaited, signal);
+    }
+    sigset_t mask;
+    ::pthread_sigmask(SIG_BLOCK, &awaited, &mask);
+    const std::string folder = MakeOwnFolder();
+    const pid_t prover = Check(::fork(), "fork");
+    if (prover == 0)
+    {
+        RunProver(folder, mask);
+    }
+    ::setpgid(prover, prover);  // so that it is done, whichever of the two comes first
+
+    int signal = SIGCHLD;
+    siginfo_t end = {};
+    while (signal == SIGCHLD && end.si_pid == 0)
+    {
+        ::sigwait(&awaited, &signal);
+        ::waitid(P_PID, static_cast<id_t>(prover), &end, WEXITED | WNOWAIT | WNOHANG);
+    }
+    ::kill(-prover, SIGKILL);
+    ::waitpid(prover, nullptr, 0);
+    std::filesystem::remove_all(folder);
+    if (signal != SIGCHLD)
+    {
+        std::signal(signal, SIG_DFL);
+        ::raise(signal);
+    }
+    ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);  // which lets that signal through
+    if (end.si_code != CLD_EXITED)
+    {
+        throw std::runtime_error(end.si_status == SIGALRM
+                                     ? "the claim after these takes too long: it is not true, or a call has failed"
+                                     : std::string("ended by a signal: ") + ::strsignal(end.si_status));
+    }
+    if (end.si_status != EXIT_SUCCESS)
+    {
+        std::exit(EXIT_FAILURE);  // the prover has reported why
+    }
+}
 }  // namespace
 
 // Only a mistake in the description of the command line throws.
 int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
 {
     CLI::App app("Proves on real pipes and processes what the page about safe use says.");
-    return Examples::RunProgram(app, argc, argv, [] { ProveAll({}); });
+    return Examples::RunProgram(app, argc, argv, &WatchTheProofs);
 }
