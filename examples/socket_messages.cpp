@@ -331,8 +331,12 @@ bool NextLine(std::istream& lines, std::string& line, const std::string& path)
         error << Tarsel::ErrorDetails(std::strerror(errno));
         throw;
     }
-    // At the end of the file a stream does not report that a read has failed.
-    return lines || errno == 0 ? !lines.fail() : throw std::system_error(errno, std::generic_category(), path);
+    // At the end of the file, also after a part of a line, a stream does not report that a read has failed.
+    if (lines.eof() && errno != 0)
+    {
+        throw std::system_error(errno, std::generic_category(), path);
+    }
+    return !lines.fail();
 }
 
 void SendLines(const std::string& address, const std::string& path)
