@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstring>
 #include <exception>
 #include <functional>
 #include <future>
@@ -73,7 +74,13 @@ public:
     /// Waits for its end and throws why it came.
     [[noreturn]] void ThrowEnd() const
     {
-        throw std::system_error(End(0).si_status, std::generic_category(), "the other process has ended");
+        const siginfo_t end = End(0);
+        if (end.si_code != CLD_EXITED)
+        {
+            throw std::runtime_error(std::string("the other process was ended by a signal: ") +
+                                     ::strsignal(end.si_status));
+        }
+        throw std::system_error(end.si_status, std::generic_category(), "the other process has ended");
     }
 
 private:
