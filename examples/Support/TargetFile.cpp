@@ -88,8 +88,8 @@ void TargetFile::Open(const std::string& directory)
     {
         Check(-1);
     }
-    ::close(m_descriptor);
-    // The mode is that of another file: whoever opened this one before its mode is narrowed could read it to its end.
+    ::close(std::exchange(m_descriptor, -1));
+    // The mode is that of another file: who opened this one before its mode is narrowed could read it to its end.
     const std::string pattern = m_files.MakeFile(directory, kNewFile);
     m_descriptor = Check(::open(pattern.c_str(), kFlags | O_NOFOLLOW));
     m_mode = ModeOf(m_descriptor);
