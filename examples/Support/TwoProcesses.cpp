@@ -78,8 +78,8 @@ void TwoProcesses::Run(const Talk& first, const Talk& second)
 {
     m_pipes = {m_files.MakePipe(), m_files.MakePipe()};
     m_first = ::getpid();
-    // A plain fork, since no thread runs yet and nothing is open but the standard streams: the second process has all
-    // that it needs to know, and nothing has to be passed on a command line.
+    // A plain fork, since no thread runs yet: the second process has all that it needs to know, with what the program
+    // has opened for it, and nothing has to be passed on a command line.
     m_second = ::fork();
     if (m_second == -1)
     {
