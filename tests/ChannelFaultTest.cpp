@@ -137,9 +137,9 @@ TEST(ChannelFaults, WakesAReaderThatIsAboutToWaitWhenItIsDestroyed)
 // NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
 {
-    static auto* const real = reinterpret_cast<decltype(&::pthread_mutex_lock)>(::dlsym(RTLD_NEXT, __func__));
+    static auto* const kReal = reinterpret_cast<decltype(&::pthread_mutex_lock)>(::dlsym(RTLD_NEXT, __func__));
     PauseAtChosenMutex();
-    return real(mutex);
+    return kReal(mutex);
 }
 
 #endif
