@@ -18,7 +18,7 @@ namespace
 {
 
 /// A channel does not look at how much of a message's length was written. Without it the other side would take the
-/// first bytes of the message for a length. So what comes short here is an exception, and nothing more is sent.
+/// first bytes of the message for a length. So a short count is an exception here, and nothing more is sent.
 class CheckedOutput : public Tarsel::RefCounted<IByteDataOutput>
 {
 public:

@@ -10,7 +10,7 @@ namespace Examples
 {
 
 /// Looks at the log, whether it is shown or not, for the last line that is more than information. A pipe comes short in
-/// the same way at the end of the data and when it fails; only the log tells which it was, and why. May be asked by any
+/// the same way at the end of the data and when it fails; only the log shows which it was, and why. May be asked by any
 /// thread; which of a program's pipes the line is about, the program has to know.
 class LogWatch : private google::LogSink
 {
