@@ -143,12 +143,17 @@ function(kitio_install_library target)
     endif()
 endfunction()
 
-# kitio_add_program(<target> <source>...): a test or an example, linked like any user's program.
-function(kitio_add_program target)
-    add_executable(${target} ${ARGN})
+# kitio_configure_program(<target>): applies the settings of KitIO's own programs, the tests and the examples.
+function(kitio_configure_program target)
     kitio_configure_target(${target})
-    target_link_libraries(${target} PRIVATE KitIO::KitIO)
     if(NOT BUILD_SHARED_LIBS)
         kitio_accept_tempnam(${target})
     endif()
+endfunction()
+
+# kitio_add_program(<target> <source>...): a test or an example, linked like any user's program.
+function(kitio_add_program target)
+    add_executable(${target} ${ARGN})
+    kitio_configure_program(${target})
+    target_link_libraries(${target} PRIVATE KitIO::KitIO)
 endfunction()
