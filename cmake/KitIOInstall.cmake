@@ -46,3 +46,12 @@ foreach(dir IN ITEMS LIBDIR INCLUDEDIR)
 endforeach()
 configure_file(cmake/kitio.pc.in "${CMAKE_CURRENT_BINARY_DIR}/kitio.pc" @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/kitio.pc" DESTINATION "${kitio_pc_dir}" COMPONENT development)
+
+# The README and the examples, which users build where they are. The documents are in share/doc/kitio unless the builder
+# chooses another directory.
+if("$CACHE{CMAKE_INSTALL_DOCDIR}" STREQUAL "")
+    set(CMAKE_INSTALL_DOCDIR "${CMAKE_INSTALL_DATAROOTDIR}/doc/kitio")
+endif()
+install(FILES README.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT development)
+install(DIRECTORY examples DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT development
+    FILES_MATCHING PATTERN "CMakeLists.txt" PATTERN "*.cpp" PATTERN "*.h" PATTERN "Faults" EXCLUDE)

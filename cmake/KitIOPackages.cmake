@@ -67,11 +67,14 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "libboost${kitio_boost_release}-dev" "libboost-thread${kitio_boost_release}-dev")
 # For programs that quiet the log themselves, as the README shows; the headers do without it.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "libgoogle-glog-dev")
+# For all of the examples.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS
+    "libcli11-dev, libssl-dev, libboost-iostreams${kitio_boost_release}-dev")
 list(JOIN CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", " CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS)
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Reference-counted byte streams behind a few small interfaces, bit readers and
 writers, named pipes, and a message channel that joins two processes.
 .
-This package contains what is needed to build programs: the C++17 headers
-and the package files for CMake and pkg-config.")
+This package contains what is needed to build programs: the C++17 headers,
+the package files for CMake and pkg-config, and example programs.")
 
 include(CPack)
