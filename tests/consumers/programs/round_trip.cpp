@@ -1,4 +1,4 @@
-// Uses the libraries as a user would: bits go out and come back, and what they are packed into is digested.
+// Uses the libraries as a user would: writes bits, reads them back and digests the bytes that hold them.
 
 #include <iostream>
 #include <string>
@@ -24,5 +24,5 @@ int main()
     std::istream bytes(&buffer);
     std::cout << first << ' ' << reader.ReadBits(9) << ", " << MD5Generate(DataInputString::Create(&packed), "packed")
               << ", date of nothing '" << GetFileCreationDateString("/no/such/file") << "', call stack "
-              << (Tarsel::GetCallStack().empty() ? "empty" : "told") << ", first byte " << bytes.get() << '\n';
+              << (Tarsel::GetCallStack().empty() ? "empty" : "shown") << ", first byte " << bytes.get() << '\n';
 }
