@@ -1,6 +1,6 @@
 # What an installation holds beside the libraries and their headers: the package files for find_package(KitIO CONFIG)
-# and pkg-config. All of it tells places relative to itself, so that the installation may be moved as a whole; only
-# where a builder asks for an absolute folder, that one stays where it is.
+# and pkg-config, the README and the examples. The package files use paths relative to themselves, so an installation
+# can be moved as a whole. Only a directory that the builder gives as an absolute path must stay where it is.
 
 include(CMakePackageConfigHelpers)
 
@@ -19,7 +19,7 @@ install(FILES
     DESTINATION "${kitio_config_dir}"
     COMPONENT development)
 
-# A program that links the static libraries has to link what these use inside, too.
+# A program that links the static libraries must also link the libraries that these use.
 get_property(kitio_libs GLOBAL PROPERTY KITIO_LINK_ORDER)
 list(TRANSFORM kitio_libs PREPEND "-l")
 list(APPEND kitio_libs -lboost_thread)
@@ -30,7 +30,7 @@ if(NOT BUILD_SHARED_LIBS)
 endif()
 list(JOIN kitio_libs " " kitio_libs)
 
-# The file tells the prefix by its own place, unless that is no part of the prefix.
+# The file finds the prefix from its own place, unless it is installed outside the prefix.
 set(kitio_pc_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 if(IS_ABSOLUTE "${kitio_pc_dir}")
     set(kitio_pc_prefix "${CMAKE_INSTALL_PREFIX}")
@@ -47,8 +47,7 @@ endforeach()
 configure_file(cmake/kitio.pc.in "${CMAKE_CURRENT_BINARY_DIR}/kitio.pc" @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/kitio.pc" DESTINATION "${kitio_pc_dir}" COMPONENT development)
 
-# The README and the examples, which users build where they are. The documents are in share/doc/kitio unless the builder
-# chooses another directory.
+# Users build the examples where they are installed: in share/doc/kitio, unless the builder chooses another directory.
 if("$CACHE{CMAKE_INSTALL_DOCDIR}" STREQUAL "")
     set(CMAKE_INSTALL_DOCDIR "${CMAKE_INSTALL_DATAROOTDIR}/doc/kitio")
 endif()

@@ -1,5 +1,5 @@
-# Two Debian packages, made by CPack of the installation's two components: libkitio<n>, which programs need, and
-# libkitio-dev, which those who build programs need as well. scripts/package makes and checks them.
+# CPack builds two Debian packages, one per component of the installation: libkitio<n>, which programs need to run, and
+# libkitio-dev, which is needed to build programs. scripts/package builds and checks them.
 
 set(kitio_debian_dir "${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian")
 file(STRINGS "${kitio_debian_dir}/changelog" kitio_debian_version LIMIT_COUNT 1)
@@ -10,7 +10,8 @@ set(kitio_debian_revision ${CMAKE_MATCH_2})
 set(kitio_package_runtime "libkitio${kitio_soversion}")
 set(kitio_package_development "libkitio-dev")
 
-# kitio_install_compressed(<component> <file> <name>): <file> goes to the package's documents, compressed, as <name>.gz.
+# kitio_install_compressed(<component> <file> <name>): installs <file>, compressed, as <name>.gz among the documents of
+# the component's package.
 function(kitio_install_compressed component file name)
     set(compressed "${CMAKE_CURRENT_BINARY_DIR}/debian/${name}.gz")
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${file}")
@@ -43,7 +44,8 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE ${kitio_debian_revision})
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
-# The libraries themselves tell what the package depends on, and under which names others depend on it.
+# dpkg-shlibdeps reads from the libraries what the package depends on. The shlibs file lists the names under which other
+# packages depend on it.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${kitio_package_runtime})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
@@ -51,8 +53,8 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 get_property(kitio_libraries GLOBAL PROPERTY KITIO_LINK_ORDER)
 foreach(library IN LISTS kitio_libraries)
-    get_target_property(folder ${library} BINARY_DIR)
-    list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${folder}")
+    get_target_property(directory ${library} BINARY_DIR)
+    list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${directory}")
 endforeach()
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${kitio_debian_dir}/triggers")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "Reference-counted byte streams behind a few small interfaces, bit readers and
@@ -65,9 +67,9 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "${kitio_package_runtime} (= ${KitIO_VERSION}-${kitio_debian_revision})"
     "libboost${kitio_boost_release}-dev" "libboost-thread${kitio_boost_release}-dev")
-# For programs that quiet the log themselves, as the README shows; the headers do without it.
+# For programs that configure the log, as the README shows. The headers do not need it.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "libgoogle-glog-dev")
-# For all of the examples.
+# For the examples that need more than KitIO.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS
     "libcli11-dev, libssl-dev, libboost-iostreams${kitio_boost_release}-dev")
 list(JOIN CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", " CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS)

@@ -1,11 +1,11 @@
-# How KitIO's targets are made. Everything is set on the targets: nothing here reaches a project that contains KitIO,
-# and nothing but include folders, C++17 and the libraries in the public headers reaches a target that links KitIO.
+# How KitIO's targets are made. Everything is set on the targets: nothing here changes a project that contains KitIO. A
+# target that links KitIO gets only the include directories, C++17 and the libraries that the public headers use.
 
 include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
 
-# The number of the binary interface, the 0 of libKitIO.so.0. docs/versions.md tells what makes a new one: among others
-# another release of Boost, so a build with another one than Debian's gets a name of its own.
+# The number of the binary interface, the 0 of libKitIO.so.0. docs/versions.md describes which changes need a new one.
+# Another release of Boost does, so a build with a release that is not Debian's gets a name of its own.
 set(kitio_soversion 0)
 set(kitio_file_version ${KitIO_VERSION})
 set(kitio_soversion_boost 1.81)
@@ -14,7 +14,7 @@ if(NOT kitio_boost_release STREQUAL kitio_soversion_boost)
     string(APPEND kitio_file_version "-boost${kitio_boost_release}")
 endif()
 
-# The GNU linker warns that tempnam, which makes the pipes' names, only returns a name. It is the call that KitIO means.
+# KitIO makes the names of pipes with tempnam, on purpose. The GNU linker warns that it only returns a name.
 check_linker_flag(CXX "-Wl,--no-warnings" KITIO_LINKER_CAN_BE_QUIET)
 function(kitio_accept_tempnam target)
     if(KITIO_LINKER_CAN_BE_QUIET)
@@ -22,8 +22,8 @@ function(kitio_accept_tempnam target)
     endif()
 endfunction()
 
-# Debian's own flags since its release 13, where the compiler has them for the machine: a large stack frame cannot jump
-# over the guard page, and indirect calls and returns only go where they may. Not for debugging or sanitizers.
+# Debian uses these flags since release 13, where the compiler supports them for the machine. A large stack frame cannot
+# jump over the guard page, and indirect calls and returns reach only marked targets. Not for debugging or sanitizers.
 set(kitio_hardening "")
 foreach(flag IN ITEMS -fstack-clash-protection -fcf-protection)
     string(MAKE_C_IDENTIFIER "KITIO_COMPILER_KNOWS${flag}" known)
@@ -38,7 +38,7 @@ function(kitio_harden target)
     endif()
 endfunction()
 
-# What libraries and programs share: language, warnings, instrumentation.
+# kitio_configure_target(<target>): sets language, warnings and instrumentation, for libraries and programs.
 function(kitio_configure_target target)
     target_compile_features(${target} PRIVATE cxx_std_17)
     set_target_properties(${target} PROPERTIES
@@ -47,13 +47,13 @@ function(kitio_configure_target target)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 
     if(KITIO_SANITIZE)
-        # A little optimization and whole stack frames: quick enough for every day, with reports that can be read.
+        # Some optimization and complete stack frames: fast enough for every day, with readable reports.
         target_compile_options(${target} PRIVATE
             -fsanitize=${KITIO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
         target_link_options(${target} PRIVATE -fsanitize=${KITIO_SANITIZE})
     endif()
     if(KITIO_BUILD_FUZZERS)
-        # Tells the fuzzer which branches an input took; the programs of fuzz/ alone also get its main.
+        # Reports to the fuzzer which branches an input took. Only the programs of fuzz/ also get its main.
         target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
         target_link_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
     endif()
@@ -64,7 +64,7 @@ function(kitio_configure_target target)
 endfunction()
 
 # kitio_add_library(<target> HEADERS <public header>... SOURCES <source or private header>...)
-# The public headers are include path, install list and, by all_verify_interface_header_sets, each compiled alone.
+# The public headers define the include path and are installed. all_verify_interface_header_sets compiles each alone.
 function(kitio_add_library target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;SOURCES")
     add_library(${target} ${arg_SOURCES})
@@ -75,14 +75,14 @@ function(kitio_add_library target)
     kitio_configure_target(${target})
     target_compile_features(${target} PUBLIC cxx_std_17)
     # Throw locations, log lines and call stacks name a file by its path from the repository's root, wherever that is.
-    # A compiler cache may hand on paths that are relative to the build folder.
+    # A compiler cache may pass paths that are relative to the build directory.
     target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${KitIO_SOURCE_DIR}/=")
     file(RELATIVE_PATH from_build "${CMAKE_BINARY_DIR}" "${KitIO_SOURCE_DIR}")
     string(REGEX REPLACE "/$" "" from_build "${from_build}")
     if(from_build)
         target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${from_build}/=")
     endif()
-    # Nobody replaces the library's own functions by others of the same name, so its calls of them can be direct.
+    # No program replaces the library's functions with others of the same name, so the library can call them directly.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     target_link_options(${target} PRIVATE "-Wl,-Bsymbolic-functions")
     kitio_harden(${target})
@@ -95,15 +95,15 @@ function(kitio_add_library target)
         POSITION_INDEPENDENT_CODE ON
         INSTALL_RPATH "\$ORIGIN"
         VERIFY_INTERFACE_HEADER_SETS ${KitIO_IS_TOP_LEVEL})
-    # A library stands before those that it uses, which were made earlier.
+    # A library comes before the libraries that it uses, which were added earlier.
     get_property(link_order GLOBAL PROPERTY KITIO_LINK_ORDER)
     set_property(GLOBAL PROPERTY KITIO_LINK_ORDER ${target} ${link_order})
     kitio_install_library(${target})
 endfunction()
 
 # kitio_add_header_library(<target> [EXPORT_NAME <name>] [BASE_DIR <directory>] HEADERS <public header>...)
-# Nothing to build. Users link KitIO::<name>, by default that of the target. The headers are given, and included, by
-# their paths from the base directory, by default the current one.
+# Users link KitIO::<name>, where <name> is by default that of the target. The headers are given, and included, by their
+# paths from the base directory, by default the current one.
 function(kitio_add_header_library target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORT_NAME;BASE_DIR" "HEADERS")
     if(NOT arg_EXPORT_NAME)
@@ -124,7 +124,7 @@ endfunction()
 
 # kitio_add_bridge(<name> HEADERS <public header in <name>/Tarsel<name>/>... [LINKS <target>...])
 # An optional, header-only library over the core: the target KitIO::<name>, which is the component <name> of the package
-# KitIO. LINKS is what its headers need beside the core.
+# KitIO. LINKS are the targets that its headers need besides the core.
 function(kitio_add_bridge name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;LINKS")
     list(TRANSFORM arg_HEADERS PREPEND "Tarsel${name}/")
@@ -132,8 +132,8 @@ function(kitio_add_bridge name)
     target_link_libraries(Kit${name} INTERFACE KitIO ${arg_LINKS})
 endfunction()
 
-# kitio_install_library(<target>): makes a library, or one that is all headers, part of the installation and so a
-# component of the package KitIO. Programs need what is in "runtime", those who build them "development" as well.
+# kitio_install_library(<target>): installs a library, also a header-only one, as a component of the package KitIO.
+# Programs need "runtime" to run; "development" is needed to build them.
 function(kitio_install_library target)
     if(KITIO_INSTALL)
         install(TARGETS ${target} EXPORT KitIOTargets

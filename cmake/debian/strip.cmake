@@ -1,5 +1,5 @@
-# Run by cpack once the files of the packages lie ready: strips the libraries the way Debian does, which takes away more
-# than CPack's own stripping.
+# cpack runs this once the files of the packages are in place. It strips the libraries as Debian does: that removes
+# more than CPack's own stripping.
 file(GLOB_RECURSE libraries LIST_DIRECTORIES OFF "${CPACK_TEMPORARY_DIRECTORY}/*.so.*")
 foreach(library IN LISTS libraries)
     if(NOT IS_SYMLINK "${library}")

@@ -1,5 +1,5 @@
-// Compiled with hidden visibility: what this program knows of the library's types must still be what the library knows,
-// or exceptions are not caught and casts fail.
+// Compiled with hidden visibility. The program must still share the library's type information, or exceptions are not
+// caught and casts fail.
 
 #include <iostream>
 

@@ -1,5 +1,5 @@
-// Uses Boost.Uuid with Boost's own choice of a random provider; the library makes another one for itself. Were the two
-// mixed up, which a static link can do, this program's provider would be the library's.
+// Uses Boost.Uuid with Boost's own choice of a random provider. The library uses a different one, and the two must stay
+// apart also in a static link: otherwise this program would get the library's provider.
 
 #include <iostream>
 
