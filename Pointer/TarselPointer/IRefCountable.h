@@ -5,9 +5,12 @@
 namespace Tarsel
 {
 
-/// An object that lives as long as somebody holds a reference to it.
-/// Hold it through SP, which counts by itself; nobody calls `delete`, so the destructor is protected.
-/// The operations may run on several threads at once. Their order is binary interface.
+/// Counts the references to an object, which lives until the last of them is dropped. Hold the object through SP, which
+/// does the counting. Nobody calls `delete`, so the destructor is protected.
+///
+/// Several threads may call the operations at once.
+///
+/// The order of the operations is part of the binary interface.
 class TARSEL_EXPORT IRefCountable
 {
 protected:
@@ -17,7 +20,7 @@ public:
     /// Adds one reference and returns the new count.
     virtual int AddRef() const = 0;
 
-    /// Returns the count at this moment; other threads may change it before the caller looks at it.
+    /// Returns the count at this moment. Other threads may change it before the caller looks at the result.
     virtual int GetRefCount() const = 0;
 
     /// Removes one reference and returns how many remain. At 0 the object has been destroyed.

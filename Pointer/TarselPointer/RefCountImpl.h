@@ -5,8 +5,10 @@
 namespace Tarsel
 {
 
-/// The counter behind AddRef, GetRefCount and Release: a member of every reference-counted class, 0 when it is made.
-/// Exact when several threads use it at once.
+/// Counts references for AddRef, GetRefCount and Release. Every reference-counted class has one as a member. The count
+/// starts at 0.
+///
+/// The count stays exact when several threads use it at once.
 class RefCountImpl
 {
 public:
@@ -18,12 +20,12 @@ public:
     /// Adds one reference and returns the new count.
     int AddRefImpl() const noexcept
     {
-        // Whoever adds a reference already holds one, so nothing needs ordering here.
+        // The caller already holds a reference, so nothing needs ordering here.
         return m_count.fetch_add(1, std::memory_order_relaxed) + 1;
     }
 
-    /// Removes one reference and returns how many remain. The caller that gets 0 destroys the object and, since the
-    /// decrement orders memory, sees everything that the other holders did to it.
+    /// Removes one reference and returns how many remain. The caller that gets 0 destroys the object. The decrement
+    /// orders memory, so this caller sees everything that the other holders did to the object.
     int ReleaseImpl() const noexcept { return m_count.fetch_sub(1, std::memory_order_acq_rel) - 1; }
 
     /// Returns the count at this moment.

@@ -6,8 +6,9 @@
 namespace Tarsel
 {
 
-/// Implements the reference counting of `Interface`, which derives from IRefCountable, for classes that live in headers
-/// alone or in programs: `class MyInput : public RefCounted<IByteDataInput>`. They are made with `new` and held by SP.
+/// Implements the reference counting of `Interface`, which derives from IRefCountable, for header-only classes and
+/// classes of programs. Derive from it, as in `class MyInput : public RefCounted<IByteDataInput>`. Create the objects
+/// with `new` and hold them through SP.
 template <class Interface>
 class RefCounted : public virtual Interface
 {

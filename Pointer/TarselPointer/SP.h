@@ -7,19 +7,20 @@
 namespace Tarsel
 {
 
-/// The smart pointer that holds every object of the library: it takes a reference when it gets an object and drops it
-/// when it lets go. `T` derives from IRefCountable. One SP object belongs to one thread at a time; copies may go
-/// to other threads.
+/// Holds an object of the library by one reference. SP takes the reference when it receives the object, and drops it
+/// when it is destroyed or receives another object. `T` derives from IRefCountable.
+///
+/// One thread at a time uses an SP object. Copies of it may go to other threads.
 template <class T>
 using SP = boost::intrusive_ptr<T>;
 
-/// Called by SP when it takes a reference; `object` is not null.
+/// Adds the reference that an SP takes. SP calls it; `object` is not null.
 inline void intrusive_ptr_add_ref(const IRefCountable* object)
 {
     object->AddRef();
 }
 
-/// Called by SP when it drops a reference; `object` is not null and may be gone afterwards.
+/// Removes the reference that an SP drops. SP calls it; `object` is not null and may be destroyed by the call.
 inline void intrusive_ptr_release(const IRefCountable* object)
 {
     object->Release();
