@@ -7,9 +7,10 @@
 namespace Tarsel
 {
 
-/// Describes the calling thread's call stack: one frame a line, innermost first, then one line for each
-/// Core::StackDebugInfo::Descr that is alive on this thread, innermost first. The text is for people; its form may
-/// change. Starts no other process.
+/// Describes the call stack of the calling thread. It starts no other process.
+///
+/// Returns one line per frame, innermost first, then one line for each Core::StackDebugInfo::Descr that is alive on
+/// this thread, innermost first. The text is for people; its form may change.
 TARSEL_EXPORT std::string GetCallStack();
 
 }  // namespace Tarsel

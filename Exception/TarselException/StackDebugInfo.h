@@ -5,28 +5,29 @@
 namespace Tarsel::Core
 {
 
-/// Notes that running code leaves about itself for those who read a call stack.
+/// Contains the markers by which running code adds lines of its own to a call stack.
 class StackDebugInfo
 {
 public:
-    /// A scoped marker: while it is alive, GetCallStack on the same thread mentions it. Markers nest like the scopes
-    /// that hold them; each lives and dies on one thread. Making one allocates nothing.
+    /// Marks a scope: while the marker is alive, GetCallStack on the same thread mentions it. Markers nest like the
+    /// scopes that hold them. A marker is created and destroyed on the same thread. Creating one allocates nothing.
     class TARSEL_EXPORT Descr
     {
     public:
-        /// Both texts have static lifetime and are not copied: the source file's path and a function's name.
+        /// Takes the path of the source file and the name of a function. Both texts have static lifetime and are not
+        /// copied.
         Descr(const char* file, const char* function) noexcept;
         ~Descr();
         Descr(const Descr&) = delete;
         Descr& operator=(const Descr&) = delete;
 
-        const char* File() const noexcept { return m_file; }          ///< the first text
-        const char* Function() const noexcept { return m_function; }  ///< the second text
+        const char* File() const noexcept { return m_file; }          ///< Returns the path of the source file.
+        const char* Function() const noexcept { return m_function; }  ///< Returns the name of the function.
 
-        /// The marker around this one on the same thread, or null.
+        /// Returns the marker around this one on the same thread, or null.
         const Descr* Outer() const noexcept { return m_outer; }
 
-        /// The calling thread's latest marker that is still alive, or null.
+        /// Returns the latest marker of the calling thread that is still alive, or null.
         static const Descr* Innermost() noexcept;
 
     private:
