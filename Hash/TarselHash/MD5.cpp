@@ -41,8 +41,8 @@ MD5Digest MD5Generate(const std::vector<std::uint8_t>& data, const std::string& 
 {
     MD5Digest digest;
     digest.text = text;
-    // A failure is told by the exception. Left in the thread's error queue, it would be taken for one of somebody
-    // else's next operation.
+    // The exception reports the failure. An entry left in the thread's error queue would look like a failure of the
+    // next operation that uses the cryptography library.
     ERR_set_mark();
     const bool succeeded = EVP_Digest(data.data(), data.size(), digest.bytes.data(), nullptr, EVP_md5(), nullptr) == 1;
     ERR_pop_to_mark();
