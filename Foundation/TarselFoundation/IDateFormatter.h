@@ -9,18 +9,20 @@
 namespace Tarsel::Foundation
 {
 
-/// Turns instants into local date texts and back, by a pattern that is fixed when the formatter is made. All texts are
-/// UTF-8. Used by one thread at a time; what allocation throws passes through.
+/// Converts instants to local date texts and back, by a pattern that is fixed when the formatter is created. All texts
+/// are UTF-8.
+///
+/// The operations throw what allocation throws. One thread at a time uses a formatter.
 class TARSEL_EXPORT IDateFormatter
 {
 public:
     virtual ~IDateFormatter();
 
-    /// The instant that the whole of `text` denotes; nothing when it denotes none.
+    /// Reads a date text. Returns the instant that the whole of `text` denotes, or nothing if it denotes none.
     virtual std::optional<Instant> Parse(const std::string& text) = 0;
 
-    /// `instant` as text. What the pattern does not show is cut off, never rounded up. Nothing when the instant is too
-    /// far away to have a date.
+    /// Writes `instant` as text. What the pattern does not show is cut off, never rounded up. Returns nothing if the
+    /// instant is too far away to have a date.
     virtual std::optional<std::string> Format(const Instant& instant) = 0;
 };
 

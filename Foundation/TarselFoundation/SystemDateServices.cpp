@@ -26,7 +26,7 @@ std::optional<Instant> SystemDateServices::GetCreationDate(const std::string& pa
 
 std::optional<std::int64_t> SystemDateServices::GetBirthTime(const std::string& path)
 {
-    // This kernel keeps one creation time a file; attributes and status are two names for it.
+    // This kernel keeps one creation time per file; attributes and status are two names for it.
     const std::optional<Instant> created = SystemDateServices::GetCreationDate(path);
     if (!created)
     {

@@ -41,9 +41,9 @@ bool Succeeded(UErrorCode status)
     return U_SUCCESS(status) != 0;
 }
 
-// The pattern by which texts of `pattern` are read. Only ICU's Gregorian calendar finds a day by its month and its
-// week-based year, and takes that year for the day's own; as `u`, the other calendars do the same. Patterns that show
-// another year or the week need no such help, and a year of two digits would lose its century.
+// Returns the pattern by which texts of `pattern` are read. Only ICU's Gregorian calendar finds a day by its month and
+// its week-based year, and takes that year for the day's own. If the year is written as `u`, the other calendars do the
+// same. Patterns that show another year or the week need no such help, and a year of two digits would lose its century.
 icu::UnicodeString ReadingPattern(const icu::UnicodeString& pattern)
 {
     icu::UnicodeString reading = pattern;
@@ -66,10 +66,10 @@ icu::UnicodeString ReadingPattern(const icu::UnicodeString& pattern)
     return digits == 2 ? pattern : reading;
 }
 
-// ICU does the calendar and the text, with its clock held at UTC: it is given, and gives back, the time on the local
-// clock as if that were UTC. The way between the two goes through the C library, since ICU's own zones come with a
-// second, often older set of rules, do not know POSIX rules such as "CET-1CEST,M3.5.0,M10.5.0/3", and read "GMT+3" as
-// east of Greenwich where everything else in the system reads it as west.
+// Leaves the calendar and the text to ICU, with its clock held at UTC: ICU receives and returns the time on the local
+// clock as if that were UTC. The C library converts between the two, since ICU's own zones come with a second, often
+// older set of rules, do not know POSIX rules such as "CET-1CEST,M3.5.0,M10.5.0/3", and read "GMT+3" as east of
+// Greenwich while everything else in the system reads it as west.
 class IcuDateFormatter final : public IDateFormatter
 {
 public:
@@ -79,7 +79,7 @@ public:
           m_format(m_pattern, icu::Locale::getDefault(), status)
     {
         m_format.setTimeZone(*icu::TimeZone::getGMT());
-        m_format.setLenient(static_cast<UBool>(false));  // a month 13 and years that ICU would clamp are no dates
+        m_format.setLenient(static_cast<UBool>(false));  // rejects a month 13 and years that ICU would clamp
     }
 
     // IDateFormatter
@@ -89,7 +89,7 @@ public:
 private:
     icu::UnicodeString m_pattern;
     icu::UnicodeString m_readingPattern;
-    icu::SimpleDateFormat m_format;  // with the pattern of the last operation; making another one takes long
+    icu::SimpleDateFormat m_format;  // has the pattern of the last operation; creating another one is slow
 };
 
 std::optional<Instant> IcuDateFormatter::Parse(const std::string& text)

@@ -8,7 +8,8 @@
 namespace Tarsel::Foundation
 {
 
-/// A formatter by ICU's rules for its default locale, in the C library's local time. Null when ICU cannot make it.
+/// Creates a formatter by ICU's rules for its default locale, in the C library's local time. Returns null if ICU cannot
+/// create it.
 std::unique_ptr<IDateFormatter> CreateIcuDateFormatter(const std::string& pattern);
 
 }  // namespace Tarsel::Foundation

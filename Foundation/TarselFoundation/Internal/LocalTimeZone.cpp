@@ -12,7 +12,7 @@ constexpr std::int64_t kDay = 86'400;
 
 static_assert(sizeof(std::time_t) >= sizeof(std::int64_t), "dates need a time_t of 64 bits");
 
-/// The days from 1970-01-01 to the first day of `year`. For each that a std::tm can hold.
+/// Returns the days from 1970-01-01 to the first day of `year`, for every year that a std::tm can hold.
 std::int64_t DaysToYear(std::int64_t year)
 {
     constexpr std::int64_t kCycles = 6'000'000;  // each of 400 years, after which the leap years are the same again
@@ -23,7 +23,7 @@ std::int64_t DaysToYear(std::int64_t year)
     return passed * 365 + passed / 4 - passed / 100 + passed / 400 - kCycles * kCycleDays - kDaysFromYear1To1970;
 }
 
-/// The seconds by which the local clock is ahead of `utc`.
+/// Returns the seconds by which the local clock is ahead of `utc`.
 std::optional<std::int64_t> GetLocalOffset(std::int64_t utc)
 {
     const std::optional<std::int64_t> local = UtcToLocal(utc);
@@ -42,7 +42,7 @@ std::optional<std::int64_t> UtcToLocal(std::int64_t utc)
     {
         return std::nullopt;
     }
-    // Not by tm_gmtoff: that leaves out the leap seconds that some zones count. timegm would count them once more.
+    // tm_gmtoff leaves out the leap seconds that some zones count, and timegm would count them once more.
     const std::int64_t days = DaysToYear(std::int64_t{local.tm_year} + 1900) + local.tm_yday;
     const std::int64_t minutes = (days * 24 + local.tm_hour) * 60 + local.tm_min;
     return minutes * 60 + std::min(local.tm_sec, 59);
@@ -50,7 +50,7 @@ std::optional<std::int64_t> UtcToLocal(std::int64_t utc)
 
 std::optional<std::int64_t> LocalToUtc(std::int64_t local)
 {
-    // No clock is a day away from UTC, so a change of the offset that matters lies between these two. mktime is no
+    // No clock is a day away from UTC, so a change of the offset that matters is between these two. mktime does not
     // help: which of two instants it chooses depends on its earlier calls.
     const std::optional<std::int64_t> before = GetLocalOffset(local - kDay);
     const std::optional<std::int64_t> after = GetLocalOffset(local + kDay);
