@@ -1,5 +1,5 @@
-# What Doxygen reads of a header: the header, and behind it what the list of headers says of it. That is the first
-# sentence about what has the header's name, or else about what comes first.
+# Filters a header for Doxygen: prints the header, and after it the summary for the list of headers. That is the first
+# sentence of the comment on what has the header's name, or else on what comes first.
 FNR == 1 {
     own = "^(class|struct) .*" substr(FILENAME, match(FILENAME, /[^\/]*\.h$/), RLENGTH - 2)
 }
