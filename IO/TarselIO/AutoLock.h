@@ -16,11 +16,12 @@ namespace Tarsel
 class TARSEL_EXPORT AutoLock
 {
 public:
-    /// Locks `lockable`, which must outlive the guard. Null makes a guard that does nothing. What Lock throws passes
-    /// through.
+    /// Locks `lockable`, which must outlive the guard. With null, the guard does nothing.
+    ///
+    /// Throws what Lock throws.
     explicit AutoLock(ILockable* lockable);
 
-    /// Unlocks. An exception that Unlock throws here ends the process.
+    /// Unlocks. If Unlock throws here, the process ends.
     ~AutoLock() noexcept;
 
     AutoLock(const AutoLock&) = delete;

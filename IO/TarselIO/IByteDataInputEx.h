@@ -5,8 +5,9 @@
 namespace Tarsel::Core
 {
 
-/// A byte input whose transfers a framing protocol steers. Ordinary callers use Read.
-/// The order of the operations is binary interface.
+/// Reads bytes for a framing protocol, which controls the transfers. If you do not write a protocol, call Read.
+///
+/// The order of the operations is part of the binary interface.
 class TARSEL_EXPORT IByteDataInputEx : public virtual IByteDataInput
 {
 protected:
@@ -14,12 +15,14 @@ protected:
 
 public:
     /// Reads `size` bytes into `data` in pieces of at most GetMaxReadSizeAtTime(). `done` receives how many bytes
-    /// arrived, also after a failure; null when nobody wants to know.
-    /// Return values: `true` - all `size` bytes have arrived; `false` - end of data or a failed call, `*done` bytes
-    /// had arrived before it.
+    /// arrived, also after a failure; it may be null.
+    ///
+    /// Returns:
+    /// - `true` if all `size` bytes have arrived;
+    /// - `false` at the end of the data or after a failed call. `*done` bytes had arrived before it.
     virtual bool ReadRaw(uint8_t* data, ioSize size, ioSize* done) = 0;
 
-    /// The largest number of bytes that one transfer of the system moves.
+    /// Returns the largest number of bytes that one transfer of the system moves.
     virtual ioSize GetMaxReadSizeAtTime() = 0;
 };
 

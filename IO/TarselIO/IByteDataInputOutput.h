@@ -6,7 +6,10 @@
 namespace Tarsel::Core
 {
 
-/// Both directions in one object. One thread may read while another writes.
+/// Reads and writes bytes through one object.
+///
+/// One thread may read while another writes.
+///
 /// An implementation overrides the `Cancel` of both bases with one function.
 class TARSEL_EXPORT IByteDataInputOutput : public virtual IRefCountable,
                                            public virtual IByteDataInput,
@@ -16,7 +19,7 @@ protected:
     ~IByteDataInputOutput() override;
 
 public:
-    /// Which of the two equal declarations a call means does not matter; this one keeps it unambiguous.
+    /// Makes `Cancel` unambiguous. Both bases declare the same function, so it does not matter which one a call means.
     using IByteDataInput::Cancel;
 };
 

@@ -5,8 +5,9 @@
 namespace Tarsel::Core
 {
 
-/// A byte output whose transfers a framing protocol steers. Ordinary callers use Write.
-/// The order of the operations is binary interface.
+/// Writes bytes for a framing protocol, which controls the transfers. If you do not write a protocol, call Write.
+///
+/// The order of the operations is part of the binary interface.
 class TARSEL_EXPORT IByteDataOutputEx : public virtual IByteDataOutput
 {
 protected:
@@ -14,12 +15,14 @@ protected:
 
 public:
     /// Writes `size` bytes from `data` in pieces of at most GetMaxWriteSizeAtTime(). `done` receives how many bytes
-    /// went out, also after a failure; null when nobody wants to know.
-    /// Return values: `true` - all `size` bytes have been written; `false` - a call failed, `*done` bytes had been
-    /// written before it.
+    /// were written, also after a failure; it may be null.
+    ///
+    /// Returns:
+    /// - `true` if all `size` bytes have been written;
+    /// - `false` after a failed call. `*done` bytes had been written before it.
     virtual bool WriteRaw(const uint8_t* data, ioSize size, ioSize* done) = 0;
 
-    /// The largest number of bytes that one transfer of the system moves.
+    /// Returns the largest number of bytes that one transfer of the system moves.
     virtual ioSize GetMaxWriteSizeAtTime() = 0;
 };
 

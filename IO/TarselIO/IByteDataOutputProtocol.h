@@ -10,20 +10,24 @@ namespace Tarsel::Core
 
 class IByteDataOutputEx;
 
-/// Decides when a write request over a raw output is complete. It never adds or changes a byte.
-/// Owned by the pipe that it serves; used by the thread that uses the pipe. The order of the operations is binary
-/// interface.
+/// Decides when a write request over a raw output is complete. It never adds or changes a byte. The pipe that it serves
+/// owns it.
+///
+/// The thread that uses the pipe uses the protocol.
+///
+/// The order of the operations is part of the binary interface.
 class TARSEL_EXPORT IByteDataOutputProtocol
 {
 public:
     virtual ~IByteDataOutputProtocol();
 
-    /// Sends up to `size` bytes from `data` and returns how many it counts as written. Without an output: 0, and an
-    /// ERROR line in the log.
+    /// Sends up to `size` bytes from `data`.
+    ///
+    /// Returns how many bytes it counts as written. Without an output it returns 0 and writes an ERROR line to the log.
     virtual ioSize Write(const uint8_t* data, ioSize size) = 0;
 
-    /// Sets the output to write through; null for none. It is not owned and no reference is taken, since it is the
-    /// pipe that owns this protocol.
+    /// Sets the output to write through; null removes it. The protocol does not own the output and takes no reference
+    /// to it, since the output is the pipe that owns the protocol.
     virtual void SetByteDataOutput(IByteDataOutputEx* output) = 0;
 };
 

@@ -6,8 +6,9 @@
 namespace Tarsel::Core
 {
 
-/// A two-way channel of messages: what one side hands to Write in one call, the other side receives as one message.
-/// The order of the operations is binary interface.
+/// Carries messages both ways: what one side passes to Write in one call, the other side receives as one message.
+///
+/// The order of the operations is part of the binary interface.
 class TARSEL_EXPORT IDataChannel : public virtual INotifyingByteDataInput,
                                    public virtual IByteDataOutput,
                                    public virtual IRefCountable
@@ -16,10 +17,10 @@ protected:
     ~IDataChannel() override;
 
 public:
-    /// Which of the two equal declarations a call means does not matter; this one keeps it unambiguous.
+    /// Makes `Cancel` unambiguous. Both bases declare the same function, so it does not matter which one a call means.
     using INotifyingByteDataInput::Cancel;
 
-    /// Reads the length in bytes that precedes a message straight from the channel's input; 0 when there is none.
+    /// Reads the length of a message straight from the channel's input. Returns it in bytes, or 0 if there is none.
     virtual ioSize ReadHeader() = 0;
 };
 

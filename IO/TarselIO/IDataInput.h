@@ -7,26 +7,30 @@
 namespace Tarsel::Core
 {
 
-/// Bytes of a known size that are read at a position which can be moved.
-/// No operation takes the lock by itself: threads that share a stream put AutoLock around each sequence that belongs
-/// together. The order of the operations is binary interface.
+/// Reads bytes of a known size at a position that can be moved.
+///
+/// No operation takes the lock by itself. If threads share a stream, hold an AutoLock around each sequence of calls
+/// that belongs together.
+///
+/// The order of the operations is part of the binary interface.
 class TARSEL_EXPORT IDataInput : public virtual IByteDataInput, public virtual IRefCountable, public virtual ILockable
 {
 protected:
     ~IDataInput() override;
 
 public:
-    /// The path that the stream was made with, empty for streams without a file; valid for the stream's life.
+    /// Returns the path that the stream was created with; empty for streams without a file. The reference is valid for
+    /// the stream's life.
     virtual const ioPath& GetFilename() const = 0;
 
-    /// The number of bytes in the stream.
+    /// Returns the number of bytes in the stream.
     virtual ioSize GetSize() const = 0;
 
-    /// The offset of the next byte to be read, from 0.
+    /// Returns the offset of the next byte to be read, from 0.
     virtual ioSize GetPosition() const = 0;
 
-    /// Moves to the offset `position`, from 0 up to and including the size. What lies beyond is the class's own matter:
-    /// memory and string streams throw IOException with IOException::TagSeek and stay where they were.
+    /// Moves to the offset `position`, from 0 up to and including the size. Each class decides what happens beyond the
+    /// size: memory and string streams throw IOException with IOException::TagSeek and stay where they were.
     virtual void SetPosition(ioSize position) = 0;
 };
 

@@ -6,15 +6,17 @@
 namespace Tarsel::Core
 {
 
-/// A byte input that tells a handler when something can be read. The order of the operations is binary interface.
+/// Reads bytes and notifies a handler when a message can be read.
+///
+/// The order of the operations is part of the binary interface.
 class TARSEL_EXPORT INotifyingByteDataInput : public virtual IByteDataInput, public virtual IRefCountable
 {
 protected:
     ~INotifyingByteDataInput() override;
 
 public:
-    /// Installs the handler that hears of messages from now on; null removes it. The handler is not owned: it stays
-    /// alive until it is replaced or the input is gone.
+    /// Installs the handler; null removes it. The handler is called only for messages stored after it was installed. It
+    /// is not owned: it must stay alive until it is replaced or the input is destroyed.
     virtual void SetDataAvailableHandler(IDataAvailableHandler* handler) = 0;
 
     /// Returns whether a received message is waiting to be read.

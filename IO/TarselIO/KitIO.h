@@ -1,6 +1,6 @@
 #pragma once
 
-/// The whole public interface of the library. Programs that want less to compile include the single headers.
+/// Includes the whole public interface of the library. To compile less, include single headers.
 
 #include <TarselException/GetCallStack.h>
 #include <TarselException/StackDebugInfo.h>

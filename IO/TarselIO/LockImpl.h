@@ -7,8 +7,10 @@
 namespace Tarsel
 {
 
-/// The non-recursive mutex behind Lock, TryLock and Unlock of the seekable streams, which hold one as a member.
-/// What the mutex throws passes through.
+/// Holds the non-recursive mutex that Lock, TryLock and Unlock of the seekable streams use. Each of these streams has
+/// one as a member.
+///
+/// The operations throw what the mutex throws.
 class TARSEL_EXPORT LockImpl
 {
 public:
@@ -17,7 +19,7 @@ public:
     LockImpl& operator=(const LockImpl&) = delete;
     ~LockImpl() = default;
 
-    /// Waits until the mutex is held.
+    /// Takes the mutex. Blocks until it is free.
     void Lock_Impl();
 
     /// Takes the mutex if it is free, without waiting, and returns whether it did.
