@@ -12,35 +12,36 @@
 namespace Tarsel::Core
 {
 
-/// A two-way endpoint made of an input side and an output side, to which it forwards. The factories build the sides
-/// from a native pipe handle, which nothing supplies yet: until a program installs sides of its own with SetInputPipe
-/// and SetOutputPipe, transfers fail. One thread may read while another writes; sides are not replaced while they are
-/// in use.
+/// Joins an input side and an output side into a two-way endpoint, which forwards to them. The factories build the
+/// sides from a native pipe handle, which nothing supplies yet. Transfers fail until a program installs sides of its
+/// own with SetInputPipe and SetOutputPipe.
+///
+/// One thread may read while another writes. Do not replace a side while it is in use.
 class TARSEL_EXPORT DataInputOutputPipe : public virtual IByteDataInputOutput
 {
 public:
-    /// Builds the endpoint with protocols of the caller's, which are not null. `maxSizeAtTime` receives the larger of
-    /// the two sides' transfer limits in bytes, 1024. `name` and the `bool` have no effect: no named pipe is opened.
+    /// Creates the endpoint with the caller's protocols, which are not null. `maxSizeAtTime` receives the larger of the
+    /// two sides' transfer limits in bytes, 1024. `name` and the `bool` have no effect: no named pipe is opened.
     static SP<IByteDataInputOutput> Create(const std::string& name,
                                            std::unique_ptr<IByteDataInputProtocol> inputProtocol,
                                            std::unique_ptr<IByteDataOutputProtocol> outputProtocol,
                                            bool,
                                            unsigned long& maxSizeAtTime);
 
-    /// The same with a ByteDataInputRawProtocol and a ByteDataOutputRawProtocol.
+    /// Does the same with a ByteDataInputRawProtocol and a ByteDataOutputRawProtocol.
     static SP<IByteDataInputOutput> Create(const std::string& name, bool, unsigned long& maxSizeAtTime);
 
-    /// An endpoint without sides; callers use the factories. Neither argument has an effect.
+    /// Use Create instead. This constructor makes an endpoint without sides. Neither argument has an effect.
     DataInputOutputPipe(const std::string& name, bool);
     ~DataInputOutputPipe() override;
 
-    /// The native handle, null while there is none.
+    /// Returns the native handle, or null while there is none.
     void* GetPipeHandle();
 
-    /// Installs the side that is read from, or removes it with null. Not while the endpoint is in use.
+    /// Installs the side that is read from; null removes it. Do not call this while the endpoint is in use.
     void SetInputPipe(SP<IByteDataInput> input);
 
-    /// Installs the side that is written to, or removes it with null. Not while the endpoint is in use.
+    /// Installs the side that is written to; null removes it. Do not call this while the endpoint is in use.
     void SetOutputPipe(SP<IByteDataOutput> output);
 
     // IRefCountable
@@ -50,15 +51,17 @@ public:
 
     // IByteDataInput
 
-    /// The input side's Read. Without an input side: 0, and an ERROR line in the log.
+    /// Returns what the input side's Read returns. Without an input side it returns 0 and writes an ERROR line to the
+    /// log.
     ioSize Read(uint8_t* data, ioSize size) override;
 
-    /// The input side's Cancel, through whichever interface it is called. Without an input side it does nothing.
+    /// Calls the input side's Cancel, through whichever interface it is called. Does nothing without an input side.
     void Cancel() override;
 
     // IByteDataOutput
 
-    /// The output side's Write. Without an output side: 0, and an ERROR line in the log.
+    /// Returns what the output side's Write returns. Without an output side it returns 0 and writes an ERROR line to
+    /// the log.
     ioSize Write(const uint8_t* data, ioSize size) override;
 
 private:

@@ -12,38 +12,43 @@
 namespace Tarsel::Core
 {
 
-/// The reading end of a named pipe (POSIX FIFO), which exists already when it is opened. One thread at a time reads it.
-/// Bytes go from the system call straight into the caller's memory, at most 1024 at a time. Every step writes a line to
-/// the process log (glog).
+/// Reads from a named pipe (POSIX FIFO), which must exist before it is opened. Bytes go from the system call straight
+/// into the caller's memory, at most 1024 at a time. Every step writes a line to the process log (glog).
 ///
-/// Opening a pipe sets SIGPIPE to ignored for the whole process and for good, so that writing to a pipe without a
-/// reader fails instead of ending the process.
+/// Opening a pipe sets SIGPIPE to ignored for the whole process, permanently. Writing to a pipe without a reader then
+/// fails and does not end the process.
+///
+/// One thread at a time reads it.
 class TARSEL_EXPORT DataInputPipe : public virtual IByteDataInputEx
 {
 public:
-    /// Opens the pipe `name` with a ByteDataInputDefaultProtocol. Blocks until another process opens it for writing; a
-    /// signal does not end the wait. The `bool` has no effect.
-    /// Throws IOException when the pipe cannot be opened, with TagDescription, TagSystemErrorCode (errno) and
-    /// TagDetails (the system's error text).
+    /// Opens the FIFO `name` with a ByteDataInputDefaultProtocol. The `bool` has no effect.
+    ///
+    /// Throws IOException if the FIFO cannot be opened, with TagDescription, TagSystemErrorCode (errno) and TagDetails
+    /// (the system's error text).
+    ///
+    /// Blocks until another process opens it for writing. A signal does not end the wait.
     static SP<IByteDataInputEx> Create(const std::string& name, bool);
 
-    /// The same with a protocol of the caller's, which is not null and is bound to the pipe once that is open.
+    /// Does the same with the caller's protocol, which is not null. The protocol is bound to the pipe once the FIFO is
+    /// open.
     static SP<IByteDataInputEx> Create(const std::string& name, std::unique_ptr<IByteDataInputProtocol> protocol, bool);
 
-    /// A pipe around a native handle, which nothing takes a descriptor from yet: its reads fail with EBADF. Opens and
-    /// logs nothing.
+    /// Creates a pipe around a native handle. Nothing takes a descriptor from the handle yet, so reads fail with EBADF.
+    /// Opens and logs nothing.
     static SP<IByteDataInputEx> Create(void* handle, std::unique_ptr<IByteDataInputProtocol> protocol);
 
-    /// Opens the pipe for the named factories, which callers use. No protocol is installed.
+    /// Use Create instead. This constructor opens the FIFO and installs no protocol.
     DataInputPipe(const std::string& name, bool);
 
-    /// A pipe without a descriptor, for the factory that takes a handle. No protocol is installed.
+    /// Use Create instead. This constructor makes a pipe without a descriptor and installs no protocol.
     explicit DataInputPipe(void* handle);
 
     /// Closes the descriptor. A failure to do so is logged.
     ~DataInputPipe() override;
 
-    /// Takes over `protocol` and destroys the one before. The caller binds it: `protocol->SetByteDataInput(pipe)`.
+    /// Takes ownership of `protocol` and destroys the previous one. The caller binds it:
+    /// `protocol->SetByteDataInput(pipe)`.
     void SetProtocol(std::unique_ptr<IByteDataInputProtocol> protocol);
 
     // IRefCountable
@@ -53,7 +58,8 @@ public:
 
     // IByteDataInput
 
-    /// What the protocol makes of the request. Without a protocol: 0, and an ERROR line in the log.
+    /// Returns what the protocol returns for the request. Without a protocol it returns 0 and writes an ERROR line to
+    /// the log.
     ioSize Read(uint8_t* data, ioSize size) override;
 
     /// Does nothing: a blocked read ends when the other process writes or closes its end.
@@ -61,11 +67,13 @@ public:
 
     // IByteDataInputEx
 
-    /// Reads until all of `size` has arrived. Blocks for data; a signal does not end the wait. End of file (every
-    /// writer has closed its end) and a failed call are logged and end the request; later requests try again.
+    /// Reads until all of `size` has arrived. End of file (every writer has closed its end) and a failed call are
+    /// logged and end the request. Later requests try again.
+    ///
+    /// Blocks until data arrives. A signal does not end the wait.
     bool ReadRaw(uint8_t* data, ioSize size, ioSize* done) override;
 
-    ioSize GetMaxReadSizeAtTime() override;  ///< always 1024
+    ioSize GetMaxReadSizeAtTime() override;  ///< Returns 1024.
 
 private:
     static SP<IByteDataInputEx> Install(const SP<DataInputPipe>& pipe,

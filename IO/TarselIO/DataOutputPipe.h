@@ -12,40 +12,45 @@
 namespace Tarsel::Core
 {
 
-/// The writing end of a named pipe (POSIX FIFO), which exists already when it is opened. One thread at a time writes
-/// it. Bytes go from the caller's memory straight into the system call, at most 1024 at a time. Every step writes a
-/// line to the process log (glog).
+/// Writes to a named pipe (POSIX FIFO), which must exist before it is opened. Bytes go from the caller's memory
+/// straight into the system call, at most 1024 at a time. Every step writes a line to the process log (glog).
 ///
-/// Opening a pipe sets SIGPIPE to ignored for the whole process and for good, so that writing to a pipe without a
-/// reader fails instead of ending the process.
+/// Opening a pipe sets SIGPIPE to ignored for the whole process, permanently. Writing to a pipe without a reader then
+/// fails and does not end the process.
+///
+/// One thread at a time writes it.
 class TARSEL_EXPORT DataOutputPipe : public virtual IByteDataOutputEx
 {
 public:
-    /// Opens the pipe `name` with a ByteDataOutputDefaultProtocol. Blocks until another process opens it for reading; a
-    /// signal does not end the wait. The `bool` has no effect.
-    /// Throws IOException when the pipe cannot be opened, with TagDescription, TagSystemErrorCode (errno) and
-    /// TagDetails (the system's error text).
+    /// Opens the FIFO `name` with a ByteDataOutputDefaultProtocol. The `bool` has no effect.
+    ///
+    /// Throws IOException if the FIFO cannot be opened, with TagDescription, TagSystemErrorCode (errno) and TagDetails
+    /// (the system's error text).
+    ///
+    /// Blocks until another process opens it for reading. A signal does not end the wait.
     static SP<IByteDataOutputEx> Create(const std::string& name, bool);
 
-    /// The same with a protocol of the caller's, which is not null and is bound to the pipe once that is open.
+    /// Does the same with the caller's protocol, which is not null. The protocol is bound to the pipe once the FIFO is
+    /// open.
     static SP<IByteDataOutputEx> Create(const std::string& name,
                                         std::unique_ptr<IByteDataOutputProtocol> protocol,
                                         bool);
 
-    /// A pipe around a native handle, which nothing takes a descriptor from yet: its writes fail with EBADF. Opens and
-    /// logs nothing.
+    /// Creates a pipe around a native handle. Nothing takes a descriptor from the handle yet, so writes fail with
+    /// EBADF. Opens and logs nothing.
     static SP<IByteDataOutputEx> Create(void* handle, std::unique_ptr<IByteDataOutputProtocol> protocol);
 
-    /// Opens the pipe for the named factories, which callers use. No protocol is installed.
+    /// Use Create instead. This constructor opens the FIFO and installs no protocol.
     DataOutputPipe(const std::string& name, bool);
 
-    /// A pipe without a descriptor, for the factory that takes a handle. No protocol is installed.
+    /// Use Create instead. This constructor makes a pipe without a descriptor and installs no protocol.
     explicit DataOutputPipe(void* handle);
 
     /// Closes the descriptor. A failure to do so is logged.
     ~DataOutputPipe() override;
 
-    /// Takes over `protocol` and destroys the one before. The caller binds it: `protocol->SetByteDataOutput(pipe)`.
+    /// Takes ownership of `protocol` and destroys the previous one. The caller binds it:
+    /// `protocol->SetByteDataOutput(pipe)`.
     void SetProtocol(std::unique_ptr<IByteDataOutputProtocol> protocol);
 
     // IRefCountable
@@ -55,7 +60,8 @@ public:
 
     // IByteDataOutput
 
-    /// What the protocol makes of the request. Without a protocol: 0, and an ERROR line in the log.
+    /// Returns what the protocol returns for the request. Without a protocol it returns 0 and writes an ERROR line to
+    /// the log.
     ioSize Write(const uint8_t* data, ioSize size) override;
 
     /// Does nothing: a blocked write ends when the other process reads or closes its end.
@@ -63,11 +69,13 @@ public:
 
     // IByteDataOutputEx
 
-    /// Writes until all of `size` has gone out. Blocks while the pipe is full; a signal does not end the wait. A
-    /// failed call (EPIPE once no reader is left) is logged and ends the request; later requests try again.
+    /// Writes until all of `size` has been written. A failed call (EPIPE once no reader is left) is logged and ends the
+    /// request. Later requests try again.
+    ///
+    /// Blocks while the pipe is full. A signal does not end the wait.
     bool WriteRaw(const uint8_t* data, ioSize size, ioSize* done) override;
 
-    ioSize GetMaxWriteSizeAtTime() override;  ///< always 1024
+    ioSize GetMaxWriteSizeAtTime() override;  ///< Returns 1024.
 
 private:
     static SP<IByteDataOutputEx> Install(const SP<DataOutputPipe>& pipe,

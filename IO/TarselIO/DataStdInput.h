@@ -7,24 +7,28 @@
 namespace Tarsel::Core
 {
 
-/// The process's standard input as a byte input, which forwards to its input side. No system handle is supplied yet, so
-/// Create returns null; a program that wants its real standard input constructs the endpoint and gives it a pipe
-/// opened on "/dev/stdin" through SetInputPipe. One thread at a time uses it; Cancel does nothing.
+/// Reads the process's standard input through an input side. No system handle is supplied yet, so Create returns null.
+/// If a program needs its real standard input, it constructs the endpoint and gives it a pipe opened on "/dev/stdin"
+/// through SetInputPipe. Cancel does nothing.
+///
+/// One thread at a time uses it.
 class TARSEL_EXPORT DataStdInput : public virtual IByteDataInput
 {
 public:
-    /// Builds the endpoint around the process's standard-input handle with a ByteDataInputRawProtocol; `maxSizeAtTime`
-    /// receives its transfer limit in bytes. Returns null, and leaves `maxSizeAtTime` alone, when there is no handle.
+    /// Creates the endpoint around the process's standard-input handle with a ByteDataInputRawProtocol. `maxSizeAtTime`
+    /// receives its transfer limit in bytes.
+    ///
+    /// Returns null, and leaves `maxSizeAtTime` unchanged, if there is no handle.
     static SP<IByteDataInput> Create(unsigned long& maxSizeAtTime);
 
-    /// An endpoint without a side and without a handle.
+    /// Makes an endpoint without a side and without a handle.
     DataStdInput();
     ~DataStdInput() override;
 
-    /// The native handle, null while there is none.
+    /// Returns the native handle, or null while there is none.
     void* GetPipeHandle();
 
-    /// Installs the side that is read from, or removes it with null. Not while the endpoint is in use.
+    /// Installs the side that is read from; null removes it. Do not call this while the endpoint is in use.
     void SetInputPipe(SP<IByteDataInput> input);
 
     // IRefCountable
@@ -34,7 +38,7 @@ public:
 
     // IByteDataInput
 
-    /// The side's Read. Without a side: 0, and an ERROR line in the log.
+    /// Returns what the side's Read returns. Without a side it returns 0 and writes an ERROR line to the log.
     ioSize Read(uint8_t* data, ioSize size) override;
 
 private:

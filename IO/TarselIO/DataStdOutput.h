@@ -7,25 +7,28 @@
 namespace Tarsel::Core
 {
 
-/// The process's standard output as a byte output, which forwards to its output side. No system handle is supplied yet,
-/// so Create returns null; a program that wants its real standard output constructs the endpoint and gives it a pipe
-/// opened on "/dev/stdout" through SetOutputPipe. One thread at a time uses it; Cancel does nothing.
+/// Writes the process's standard output through an output side. No system handle is supplied yet, so Create returns
+/// null. If a program needs its real standard output, it constructs the endpoint and gives it a pipe opened on
+/// "/dev/stdout" through SetOutputPipe. Cancel does nothing.
+///
+/// One thread at a time uses it.
 class TARSEL_EXPORT DataStdOutput : public virtual IByteDataOutput
 {
 public:
-    /// Builds the endpoint around the process's standard-output handle with a ByteDataOutputRawProtocol;
-    /// `maxSizeAtTime` receives its transfer limit in bytes. Returns null, and leaves `maxSizeAtTime` alone, when there
-    /// is no handle.
+    /// Creates the endpoint around the process's standard-output handle with a ByteDataOutputRawProtocol.
+    /// `maxSizeAtTime` receives its transfer limit in bytes.
+    ///
+    /// Returns null, and leaves `maxSizeAtTime` unchanged, if there is no handle.
     static SP<IByteDataOutput> Create(unsigned long& maxSizeAtTime);
 
-    /// An endpoint without a side and without a handle.
+    /// Makes an endpoint without a side and without a handle.
     DataStdOutput();
     ~DataStdOutput() override;
 
-    /// The native handle, null while there is none.
+    /// Returns the native handle, or null while there is none.
     void* GetPipeHandle();
 
-    /// Installs the side that is written to, or removes it with null. Not while the endpoint is in use.
+    /// Installs the side that is written to; null removes it. Do not call this while the endpoint is in use.
     void SetOutputPipe(SP<IByteDataOutput> output);
 
     // IRefCountable
@@ -35,7 +38,7 @@ public:
 
     // IByteDataOutput
 
-    /// The side's Write. Without a side: 0, and an ERROR line in the log.
+    /// Returns what the side's Write returns. Without a side it returns 0 and writes an ERROR line to the log.
     ioSize Write(const uint8_t* data, ioSize size) override;
 
 private:

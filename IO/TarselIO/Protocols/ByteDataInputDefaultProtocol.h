@@ -5,8 +5,8 @@
 namespace Tarsel::Core
 {
 
-/// Reads until the whole request has arrived or a transfer fails, and counts only the transfers that succeeded: over a
-/// pipe a request is answered with all of its bytes or with 0.
+/// Reads until the whole request has arrived or a transfer fails, and counts only the transfers that succeeded. Over a
+/// pipe, a request returns all of its bytes or 0.
 class TARSEL_EXPORT ByteDataInputDefaultProtocol : public virtual IByteDataInputProtocol
 {
 public:

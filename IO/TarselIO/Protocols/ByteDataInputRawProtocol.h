@@ -5,7 +5,7 @@
 namespace Tarsel::Core
 {
 
-/// Makes exactly one transfer of each request and returns the bytes that it reported, whether or not it succeeded.
+/// Makes exactly one transfer per request. Returns the count that the transfer reported, whether or not it succeeded.
 class TARSEL_EXPORT ByteDataInputRawProtocol : public virtual IByteDataInputProtocol
 {
 public:
