@@ -8,21 +8,26 @@
 namespace Tarsel::Core
 {
 
-/// Reads values of any width up to 64 bits from a seekable stream, the most significant bit first; DataBitOutput is
-/// its writing twin. A plain object of the caller's, used by one thread at a time.
+/// Reads values of any width up to 64 bits from a seekable stream, the most significant bit first. DataBitOutput writes
+/// them. The reader is a plain object that the caller owns.
 ///
-/// Each byte is fetched by one Read of 1 byte, and only when a bit of it is needed. The reader never seeks: whoever
-/// else moves the stream between calls shifts what the reader sees.
+/// Each byte is fetched by one Read of 1 byte, and only when a bit of it is needed. The reader never seeks: code that
+/// moves the stream between calls shifts what the reader sees.
+///
+/// One thread at a time uses it.
 class TARSEL_EXPORT DataBitInput
 {
 public:
-    /// Reads from wherever `input`, which is not null, stands. Holds one reference to it.
+    /// Reads from the current position of `input`, which is not null. Holds one reference to it.
     explicit DataBitInput(const SP<IDataInput>& input);
 
-    /// Takes the next `count` bits, 0 to 64, and returns them as a number, the first bit taken on top. Of more than 64
-    /// bits the last 64 are returned.
-    /// Throws IOException without records when the stream ends before that; bits taken by this call are then lost.
-    /// What the stream's Read throws passes through.
+    /// Takes the next `count` bits, 0 to 64.
+    ///
+    /// Returns them as a number whose most significant bit is the first bit taken. Of more than 64 bits it returns the
+    /// last 64.
+    ///
+    /// Throws IOException without records if the stream ends before that; bits taken by this call are then lost. Also
+    /// throws what the stream's Read throws.
     std::uint64_t ReadBits(ioSize count)
     {
         if (count <= m_unread)
@@ -40,9 +45,13 @@ public:
         return bits << count | Take(count);
     }
 
-    /// The step behind ReadBits: takes `count` bits, 0 to 8, of the current byte, fetching one first (also for 0 bits)
-    /// if all of it has been taken. It never reaches into the next byte: asked for more than is unread it takes what
-    /// is. Throws IOException without records for more than 8 bits, before anything else, and at the end of the stream.
+    /// Takes `count` bits, 0 to 8, of the current byte. If all of that byte has been taken, it fetches the next one
+    /// first, also for 0 bits. ReadBits works in such steps.
+    ///
+    /// Returns the bits as a number. It never reaches into the following byte: if fewer than `count` bits are unread,
+    /// it takes those.
+    ///
+    /// Throws IOException without records for more than 8 bits, before anything else, and at the end of the stream.
     uint8_t ReadBitsInt(ioSize count)
     {
         if (count > kBitsPerByte)
@@ -56,8 +65,8 @@ public:
         return Take(m_unread < count ? m_unread : count);
     }
 
-    /// How many bits can still be read: the rest of the current byte and what the stream has left. Means nothing while
-    /// the stream stands past its size, as file streams can.
+    /// Returns how many bits can still be read: the rest of the current byte and what the stream has left. The result
+    /// means nothing while the stream's position is past its size, which file streams allow.
     std::uint64_t BitsLeft() const;
 
     /// Drops the rest of the current byte. Does nothing at a byte boundary.
@@ -66,7 +75,7 @@ public:
 private:
     static constexpr ioSize kBitsPerByte = 8;
 
-    /// Fetches the next byte; only called when nothing is unread.
+    /// Fetches the next byte. Only called when nothing is unread.
     void Fetch()
     {
         if (m_input->Read(&m_byte, 1) != 1)
@@ -76,7 +85,7 @@ private:
         m_unread = kBitsPerByte;
     }
 
-    /// Takes `count` bits of the current byte, no more than are unread.
+    /// Takes `count` bits of the current byte, at most as many as are unread.
     uint8_t Take(ioSize count)
     {
         m_unread -= count;

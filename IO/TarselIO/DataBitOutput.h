@@ -8,10 +8,10 @@
 namespace Tarsel::Core
 {
 
-/// Writes values of up to 8 bits, bit by bit, to a seekable stream. The most significant bit goes first; DataBitInput
-/// reads the values back with the same counts. A plain object of the caller's, used by one thread at a time.
+/// Writes values of up to 8 bits, bit by bit, to a seekable stream, the most significant bit first. DataBitInput reads
+/// the values back with the same counts. The writer is a plain object that the caller owns.
 ///
-/// A wider value is written in pieces, the top one first. `WriteBits(1000, 10)` would write 232, the low 8 bits:
+/// `WriteBits(1000, 10)` would write 232, the low 8 bits. Write a wider value in pieces, the top one first:
 ///
 /// ```cpp
 /// for (; count > 8; count -= 8)  // count is at most 64
@@ -21,24 +21,27 @@ namespace Tarsel::Core
 /// bits.WriteBits(static_cast<uint8_t>(value), count);
 /// ```
 ///
-/// Each completed byte goes out at once by one Write of 1 byte, whose result is not looked at. What that Write throws
-/// passes through; the byte is then kept and written again by the next call that appends at least one bit. Bits
-/// of an incomplete byte reach the stream only through Flush: a writer that is destroyed drops them.
+/// Each completed byte is written at once by one Write of 1 byte, whose result is ignored. An exception from that Write
+/// passes through. The byte is then kept and written again by the next call that appends at least one bit. Bits of an
+/// incomplete byte reach the stream only through Flush: a writer that is destroyed drops them.
+///
+/// One thread at a time uses it.
 class TARSEL_EXPORT DataBitOutput
 {
 public:
-    /// Writes to wherever `output`, which is not null, stands. Holds one reference to it.
+    /// Writes from the current position of `output`, which is not null. Holds one reference to it.
     explicit DataBitOutput(const SP<IDataOutput>& output);
 
     /// Appends the low `count` bits of `value`, the most significant of them first. `value` has 8 bits, to which a
-    /// larger argument is cut; a `count` above 8 puts zero bits in front of them.
+    /// larger argument is cut. A `count` above 8 puts zero bits in front of them.
     void WriteBits(uint8_t value, ioSize count)
     {
         while (count != 0)
         {
             const ioSize take = count < m_free ? count : m_free;
             count -= take;
-            // Of a count above 8 the bits on top lie above the value.
+
+            // With a count above 8, the first bits come from above the value and are 0.
             const unsigned shifted = count < kBitsPerByte ? static_cast<unsigned>(value) >> count : 0U;
             m_partial =
                 static_cast<uint8_t>(static_cast<unsigned>(m_partial) << take | (shifted & ((1U << take) - 1U)));
@@ -50,7 +53,7 @@ public:
         }
     }
 
-    /// Appends `size` bytes, each like WriteBits(byte, 8), wherever in a byte the writer stands.
+    /// Appends `size` bytes, each like WriteBits(byte, 8). The writer need not be at a byte boundary.
     void WriteData(const uint8_t* data, ioSize size)
     {
         for (ioSize i = 0; i != size; ++i)
@@ -59,14 +62,14 @@ public:
         }
     }
 
-    /// Fills an incomplete byte up with zero bits and writes it. Does nothing at a byte boundary, nor while a byte
-    /// waits to be written again.
+    /// Fills an incomplete byte with zero bits and writes it. Does nothing at a byte boundary or while a byte waits to
+    /// be written again.
     void Flush();
 
 private:
     static constexpr ioSize kBitsPerByte = 8;
 
-    /// Writes the full byte. If that throws, the byte stays full and the next append comes here first.
+    /// Writes the full byte. If that throws, the byte stays full, and the next append writes it first.
     void WriteCompleted()
     {
         m_output->Write(&m_partial, 1);

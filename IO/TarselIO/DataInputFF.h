@@ -8,15 +8,15 @@
 namespace Tarsel::Core
 {
 
-/// A placeholder: an always empty input that carries a file name, for places that want a stream with a name and read
-/// nothing from it. Never touches the file system. No operation fails.
+/// Acts as a placeholder: an input that is always empty and carries a file name. It is for places that need a stream
+/// with a name and read nothing from it. It never touches the file system, and no operation fails.
 class TARSEL_EXPORT DataInputFF : public virtual IDataInput
 {
 public:
-    /// Any path will do, whether or not something is there.
+    /// Creates a placeholder. Any path is accepted, whether or not it names a file.
     static SP<IDataInput> Create(const ioPath& path);
 
-    /// Does the work of Create, which callers use.
+    /// Use Create instead.
     explicit DataInputFF(const ioPath& path);
     ~DataInputFF() override;
 
@@ -26,13 +26,13 @@ public:
     int Release() const override;
 
     // IByteDataInput
-    ioSize Read(uint8_t* data, ioSize size) override;  ///< returns 0 and leaves `data` as it is
+    ioSize Read(uint8_t* data, ioSize size) override;  ///< Returns 0 and leaves `data` unchanged.
 
     // IDataInput
     const ioPath& GetFilename() const override;
-    ioSize GetSize() const override;             ///< always 0
-    ioSize GetPosition() const override;         ///< always 0
-    void SetPosition(ioSize position) override;  ///< ignored
+    ioSize GetSize() const override;             ///< Returns 0.
+    ioSize GetPosition() const override;         ///< Returns 0.
+    void SetPosition(ioSize position) override;  ///< Does nothing.
 
     // ILockable
     void Lock() override;

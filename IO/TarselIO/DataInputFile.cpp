@@ -38,7 +38,7 @@ DataInputFile::DataInputFile(const ioPath& path, int* openError) : m_filename(pa
     const int error = errno;
     if (m_file != nullptr)
     {
-        // One thread at a time uses the stream, by contract: its calls need no lock of their own.
+        // By contract, one thread at a time uses the stream, so its calls need no lock of their own.
         __fsetlocking(m_file, FSETLOCKING_BYCALLER);
         std::fseek(m_file, 0, SEEK_END);
         m_size = std::ftell(m_file);

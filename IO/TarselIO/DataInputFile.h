@@ -12,21 +12,26 @@ namespace Tarsel::Core
 {
 
 /// Reads a file on disk through the standard I/O library (ISO C `fopen` with "rb"), whose buffer is the only one.
-/// One thread at a time uses it: its FILE takes no lock, so no thread calls `fflush(nullptr)` or ends the process
-/// at the same time. A directory opens as well, as far as `fopen` allows it: its reads return 0 with EISDIR in `errno`,
-/// and its size means nothing (ext4: 2^63-1).
+///
+/// A directory opens as well, as far as `fopen` allows it. Its reads return 0 with EISDIR in `errno`, and its size
+/// means nothing (ext4: 2^63-1).
+///
+/// One thread at a time uses it. Its FILE takes no lock, so no thread may call `fflush(nullptr)` or end the process at
+/// the same time.
 class TARSEL_EXPORT DataInputFile : public virtual IDataInput
 {
 public:
-    /// Opens the file, at position 0. Throws IOException when it cannot be opened, with TagFilename (the path),
-    /// TagDescription, TagDetails (the system's error text) and TagCallStack.
+    /// Opens the file, at position 0.
+    ///
+    /// Throws IOException if the file cannot be opened, with TagFilename (the path), TagDescription, TagDetails (the
+    /// system's error text) and TagCallStack.
     static SP<IDataInput> Create(const ioPath& path);
 
-    /// Opens the file without throwing for a failure, which Good() reports. Callers use Create.
+    /// Use Create instead. The constructor does not throw if the file cannot be opened; Good() reports that.
     explicit DataInputFile(const ioPath& path);
     ~DataInputFile() override;
 
-    /// True when the file is open: always, for a stream that Create returned.
+    /// Returns whether the file is open, which is always true for a stream that Create returned.
     bool Good();
 
     // IRefCountable
@@ -36,27 +41,28 @@ public:
 
     // IByteDataInput
 
-    /// One `fread`. Returns less than `size` at the end of the file and after a read error. Never throws, and logs
-    /// nothing. To tell the two apart, set `errno` to 0 before the call: after a short count it is the read error, or
-    /// still 0 at the end of the file.
+    /// Reads by one `fread`. Never throws, and logs nothing.
     ///
-    /// The end is remembered: once a Read has reached it, glibc returns 0 also when the file has grown since.
-    /// `SetPosition(GetPosition())` makes the next Read look again.
+    /// Returns less than `size` at the end of the file and after a read error. To distinguish the two, set `errno` to 0
+    /// before the call: after a short count it is the read error, or still 0 at the end of the file.
+    ///
+    /// The end is remembered: once a Read has reached it, glibc returns 0 also when the file has grown since. Call
+    /// `SetPosition(GetPosition())` to make the next Read look again.
     ioSize Read(uint8_t* data, ioSize size) override;
 
     // IDataInput
     const ioPath& GetFilename() const override;
 
-    /// The size in bytes when the file was opened; later changes of the file do not show. 2^64-1 if it could not be
-    /// measured.
+    /// Returns the size in bytes when the file was opened, or 2^64-1 if it could not be measured. Later changes of the
+    /// file do not show.
     ioSize GetSize() const override;
 
-    /// The position in the file, 2^64-1 if the system does not report it.
+    /// Returns the position in the file, or 2^64-1 if the system does not report it.
     ioSize GetPosition() const override;
 
-    /// One `fseek`, whose failure goes unseen. A position past the end is accepted, reads there return 0. A position of
-    /// 2^63 or more is ignored, and so is a smaller one where the file system ends earlier (ext4: 2^44); GetPosition
-    /// shows whether the stream has moved.
+    /// Moves by one `fseek`, whose failure is not reported. GetPosition shows whether the stream has moved.
+    /// - A position past the end is accepted; reads there return 0.
+    /// - A position of 2^63 or more is ignored, and so is a smaller one if the file system ends earlier (ext4: 2^44).
     void SetPosition(ioSize position) override;
 
     // ILockable

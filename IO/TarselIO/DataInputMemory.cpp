@@ -27,7 +27,7 @@ TARSEL_IMPLEMENT_REFCOUNT(DataInputMemory, m_refCount);
 ioSize DataInputMemory::Read(uint8_t* data, ioSize size)
 {
     const ioSize count = std::min(size, m_size - m_position);
-    // Added up as numbers: there may be no block, and then there is nothing that a pointer could be moved in.
+    // Added up as numbers: without a block, there is nothing that a pointer could move in.
     const auto from = reinterpret_cast<std::uintptr_t>(m_data) + m_position;
     m_position += count;
     return CopyBytes(data, reinterpret_cast<const uint8_t*>(from), count);  // NOLINT(performance-no-int-to-ptr)

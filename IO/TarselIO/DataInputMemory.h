@@ -8,16 +8,17 @@
 namespace Tarsel::Core
 {
 
-/// Reads a block of memory that belongs to the caller, without copying it first.
-/// The caller keeps the block alive and in place for as long as the stream is read; changes to its bytes are seen.
+/// Reads a block of memory that belongs to the caller, without copying it first. The caller keeps the block alive and
+/// in place for as long as the stream is read. Changes to its bytes are seen.
+///
 /// Several streams may read one block at once.
 class TARSEL_EXPORT DataInputMemory : public IDataInput
 {
 public:
-    /// A stream over the `size` bytes at `data`, at position 0. Null is fine for a size of 0.
+    /// Creates a stream over the `size` bytes at `data`, at position 0. `data` may be null if `size` is 0.
     static SP<IDataInput> Create(const uint8_t* data, ioSize size);
 
-    /// Does the work of Create, which callers use.
+    /// Use Create instead.
     DataInputMemory(const uint8_t* data, ioSize size);
     ~DataInputMemory() override;
 
@@ -32,11 +33,11 @@ public:
     ioSize Read(uint8_t* data, ioSize size) override;
 
     // IDataInput
-    const ioPath& GetFilename() const override;  ///< always empty
+    const ioPath& GetFilename() const override;  ///< Returns the empty path.
     ioSize GetSize() const override;
     ioSize GetPosition() const override;
 
-    /// Throws IOException with IOException::TagSeek for a position beyond the size; the stream stays where it was.
+    /// Throws IOException with IOException::TagSeek for a position beyond the size. The stream then stays where it was.
     void SetPosition(ioSize position) override;
 
     // ILockable

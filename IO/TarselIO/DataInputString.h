@@ -10,16 +10,15 @@
 namespace Tarsel::Core
 {
 
-/// Reads the bytes of a string that belongs to the caller, without copying it first.
-/// The caller keeps the string alive while the stream is used. Its length is read afresh on each call, so changes are
-/// seen at once.
+/// Reads the bytes of a string that belongs to the caller, without copying it first. The caller keeps the string alive
+/// while the stream is used. Each call looks at the string's length again, so changes are seen at once.
 class TARSEL_EXPORT DataInputString : public virtual IDataInput
 {
 public:
-    /// A stream over `*source`, at position 0. `source` is not null.
+    /// Creates a stream over `*source`, at position 0. `source` is not null.
     static SP<IDataInput> Create(const std::string* source);
 
-    /// Does the work of Create, which callers use.
+    /// Use Create instead.
     explicit DataInputString(const std::string* source);
     ~DataInputString() override;
 
@@ -30,16 +29,16 @@ public:
 
     // IByteDataInput
 
-    /// Returns the smaller of `size` and what remains; 0 at the end, also of a string that was cut below the position.
+    /// Returns the smaller of `size` and what remains; 0 at the end, also if the string was cut below the position.
     /// Never throws.
     ioSize Read(uint8_t* data, ioSize size) override;
 
     // IDataInput
-    const ioPath& GetFilename() const override;  ///< always empty
+    const ioPath& GetFilename() const override;  ///< Returns the empty path.
     ioSize GetSize() const override;
     ioSize GetPosition() const override;
 
-    /// Throws IOException with IOException::TagSeek for a position beyond the size; the stream stays where it was.
+    /// Throws IOException with IOException::TagSeek for a position beyond the size. The stream then stays where it was.
     void SetPosition(ioSize position) override;
 
     // ILockable

@@ -8,15 +8,15 @@
 namespace Tarsel::Core
 {
 
-/// A placeholder: an output that accepts nothing and carries a file name, for places that want a stream with a name
-/// and write nothing to it. Never touches the file system. No operation fails.
+/// Acts as a placeholder: an output that accepts nothing and carries a file name. It is for places that need a stream
+/// with a name and write nothing to it. It never touches the file system, and no operation fails.
 class TARSEL_EXPORT DataOutputFF : public virtual IDataOutput
 {
 public:
-    /// Any path will do, whether or not something is there.
+    /// Creates a placeholder. Any path is accepted, whether or not it names a file.
     static SP<IDataOutput> Create(const ioPath& path);
 
-    /// Does the work of Create, which callers use.
+    /// Use Create instead.
     explicit DataOutputFF(const ioPath& path);
     ~DataOutputFF() override;
 
@@ -26,14 +26,14 @@ public:
     int Release() const override;
 
     // IByteDataOutput
-    ioSize Write(const uint8_t* data, ioSize size) override;  ///< returns 0 and does not look at `data`
+    ioSize Write(const uint8_t* data, ioSize size) override;  ///< Returns 0 and does not look at `data`.
 
     // IDataOutput
     const ioPath& GetFilename() const override;
-    ioSize GetSize() const override;             ///< always 0
-    void SetSize(ioSize size) override;          ///< ignored
-    ioSize GetPosition() const override;         ///< always 0
-    void SetPosition(ioSize position) override;  ///< ignored
+    ioSize GetSize() const override;             ///< Returns 0.
+    void SetSize(ioSize size) override;          ///< Does nothing.
+    ioSize GetPosition() const override;         ///< Returns 0.
+    void SetPosition(ioSize position) override;  ///< Does nothing.
 
     // ILockable
     void Lock() override;

@@ -14,26 +14,29 @@ namespace Tarsel::Core
 
 /// Writes a file on disk through the standard I/O library (ISO C `fopen` with "wb"). Every write is flushed to the
 /// operating system before it returns, so that the write that fails is the one that reports it.
-/// One thread at a time uses it.
 ///
-/// Every failure that throws is an IOException with one record, TagDescription, which is the system's error text. A
-/// Write that fails may also return a short count instead.
+/// Throws IOException on failure, with one record: TagDescription, which is the system's error text. A Write that fails
+/// may return a short count instead.
+///
+/// One thread at a time uses it.
 class TARSEL_EXPORT DataOutputFile : public virtual IDataOutput
 {
 public:
-    /// Creates the missing directories above `path`, then creates the file or cuts an existing one to 0 bytes. Throws
-    /// when the file cannot be opened or cannot seek. A named pipe cannot seek; Create waits until it has a reader, and
-    /// throws then.
+    /// Creates the file, or cuts an existing one to 0 bytes. Creates the missing directories above `path` first.
+    ///
+    /// Throws if the file cannot be opened or cannot seek.
+    ///
+    /// Blocks, if `path` is a named pipe (FIFO), until that has a reader, and then throws, because a FIFO cannot seek.
     static SP<IDataOutput> Create(const ioPath& path);
 
-    /// Does the work of Create, which callers use.
+    /// Use Create instead.
     explicit DataOutputFile(const ioPath& path);
     ~DataOutputFile() override;
 
     /// Closes `file` unless it is null.
     static void Fclose(std::FILE* file);
 
-    /// True when a file is open: always, since the constructor throws otherwise.
+    /// Returns whether a file is open, which is always true, since the constructor throws otherwise.
     bool Good();
 
     // IRefCountable
@@ -43,32 +46,35 @@ public:
 
     // IByteDataOutput
 
-    /// One `fwrite`, then one `fflush`, also for a `size` of 0. Returns what `fwrite` returned, and throws when the
-    /// flush fails. When the disk is full or the file has reached its size limit, the size of the write decides:
+    /// Writes by one `fwrite`, then one `fflush`, also for a `size` of 0.
+    ///
+    /// Returns what `fwrite` returned. Throws if the flush fails. When the disk is full or the file has reached its
+    /// size limit, the size of the write decides:
     /// - a large write returns less than `size`, and the reason is in `errno`. The count may include bytes that did not
     ///   reach the file;
     /// - a small write throws.
     ///
-    /// So compare the result with `size` and catch the exception as well. In both cases glibc drops the bytes that did
-    /// not reach the file, GetPosition reports the end of those that did, and the stream stays usable.
+    /// So compare the result with `size`, and catch the exception as well. In both cases glibc drops the bytes that did
+    /// not reach the file, GetPosition returns the end of those that did, and the stream stays usable.
     ioSize Write(const uint8_t* data, ioSize size) override;
 
     // IDataOutput
     const ioPath& GetFilename() const override;
 
-    /// The size in bytes measured when the file was opened, which is 0. GetPosition tells how much was written.
+    /// Returns the size in bytes measured when the file was opened, which is 0. GetPosition shows how much was written.
     ioSize GetSize() const override;
 
-    /// Sets the file's length in bytes, 0 to 2^63-1: growing adds zero bytes, shrinking cuts, a position beyond the new
-    /// end moves to it.
+    /// Sets the file's length in bytes, 0 to 2^63-1.
     void SetSize(ioSize size) override;
 
-    /// The position in the file, 2^64-1 if the system does not report it. After a Write that failed it is the end of
-    /// the bytes that reached the file.
+    /// Returns the position in the file, or 2^64-1 if the system does not report it. After a Write that failed, it is
+    /// the end of the bytes that reached the file.
     ioSize GetPosition() const override;
 
-    /// Moves to `position`; past the end, the next write leaves a gap of zero bytes. Throws for 2^63 and more, and for
-    /// less where the file system ends earlier (ext4: 2^44). The stream then stays where it is, and usable.
+    /// Moves to `position`. Past the end, the next write leaves a gap of zero bytes.
+    ///
+    /// Throws for 2^63 and more, and for less if the file system ends earlier (ext4: 2^44). The stream then stays where
+    /// it is and remains usable.
     void SetPosition(ioSize position) override;
 
     // ILockable

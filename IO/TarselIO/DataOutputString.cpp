@@ -19,7 +19,7 @@ uint8_t* BytesOf(std::string& text)
     return reinterpret_cast<uint8_t*>(text.data());
 }
 
-/// Appends `size` bytes. The bit writer appends byte after byte, which needs no call.
+/// Appends `size` bytes. The bit writer appends single bytes, which need no call.
 void Append(std::string& target, const uint8_t* data, ioSize size)
 {
     if (size == 1)
@@ -32,9 +32,9 @@ void Append(std::string& target, const uint8_t* data, ioSize size)
     }
 }
 
-/// Writes `size` bytes into `target` from `position` where they do not fit, and moves `position` behind them. Lengthens
-/// the string first: only that can fail, and then nothing has been overwritten yet. Not inline, so that a write that
-/// fits needs no stack frame.
+/// Writes `size` bytes that do not fit into `target` at `position`, and moves `position` behind them. It lengthens the
+/// string first: only that can fail, and then nothing has been overwritten yet. Not inline, so that a write that fits
+/// needs no stack frame.
 [[gnu::noinline]] ioSize WriteAndLengthen(std::string& target, ioSize& position, const uint8_t* data, ioSize size)
 {
     if (size > std::numeric_limits<ioSize>::max() - position)

@@ -10,15 +10,16 @@
 namespace Tarsel::Core
 {
 
-/// Writes into a string that belongs to the caller, overwriting what is there and growing it as needed.
-/// The caller keeps the string alive while the stream is used. Its length is read afresh on each call.
+/// Writes into a string that belongs to the caller, overwriting what is there and growing it as needed. The caller
+/// keeps the string alive while the stream is used. Each call looks at the string's length again.
 class TARSEL_EXPORT DataOutputString : public virtual IDataOutput
 {
 public:
-    /// A stream over `*target`, at position 0: the first write overwrites what the string holds. `target` is not null.
+    /// Creates a stream over `*target`, at position 0: the first write overwrites what the string contains. `target` is
+    /// not null.
     static SP<IDataOutput> Create(std::string* target);
 
-    /// Does the work of Create, which callers use.
+    /// Use Create instead.
     explicit DataOutputString(std::string* target);
     ~DataOutputString() override;
 
@@ -29,22 +30,23 @@ public:
 
     // IByteDataOutput
 
-    /// Always takes all of `size` and returns it. `data` does not lie in the string. Where the string was cut below the
-    /// position, zero bytes fill the gap. Throws what lengthening the string throws, and std::length_error for an end
-    /// beyond 2^64; then nothing has changed.
+    /// Writes all `size` bytes and returns `size`. `data` does not point into the string. If the string was cut below
+    /// the position, zero bytes fill the gap.
+    ///
+    /// Throws what lengthening the string throws, and std::length_error for an end beyond 2^64. Then nothing has
+    /// changed.
     ioSize Write(const uint8_t* data, ioSize size) override;
 
     // IDataOutput
-    const ioPath& GetFilename() const override;  ///< always empty
+    const ioPath& GetFilename() const override;  ///< Returns the empty path.
     ioSize GetSize() const override;
 
-    /// Makes the string exactly `size` bytes long; a position beyond the new end moves to it. Throws what lengthening
-    /// the string throws.
+    /// Makes the string exactly `size` bytes long. Throws what lengthening the string throws.
     void SetSize(ioSize size) override;
 
     ioSize GetPosition() const override;
 
-    /// Throws IOException with IOException::TagSeek for a position beyond the size; the stream stays where it was.
+    /// Throws IOException with IOException::TagSeek for a position beyond the size. The stream then stays where it was.
     void SetPosition(ioSize position) override;
 
     // ILockable
