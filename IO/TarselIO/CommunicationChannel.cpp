@@ -26,7 +26,7 @@ void UnlockAndNotify(Lock& lock, boost::condition_variable& condition)
     condition.notify_one();
 }
 
-/// Does so at the end of a scope, even if that is left by an exception.
+/// Does so at the end of a scope, even if an exception leaves it.
 class UnlockAndNotifyOnExit
 {
 public:
@@ -41,7 +41,7 @@ private:
     boost::condition_variable& m_condition;
 };
 
-/// One Read of the 8 bytes that precede a message; bytes that do not arrive count as 0.
+/// Reads the 8 bytes that precede a message by one Read. Bytes that do not arrive count as 0.
 ioSize ReadLength(IByteDataInput& input)
 {
     ioSize length = 0;
@@ -49,14 +49,14 @@ ioSize ReadLength(IByteDataInput& input)
     return length;
 }
 
-/// The text of the exception that is being handled, empty when there is no memory left for it.
+/// Returns the text of the exception that is being handled; empty if there is no memory left for it.
 std::string DescribeCurrentException() noexcept
 {
     try
     {
         return boost::current_exception_diagnostic_information();
     }
-    catch (...)  // GCOVR_EXCL_START: whether the description needs more memory than is left is Boost's affair
+    catch (...)  // GCOVR_EXCL_START: whether the description needs more memory than is left depends on Boost
     {
         return {};
     }  // GCOVR_EXCL_STOP
@@ -84,7 +84,7 @@ CommunicationChannel::CommunicationChannel(SP<IByteDataInput> input, SP<IByteDat
     }
 }
 
-// The wait throws only on the thread itself, which is refused before; an input whose Cancel throws ends the process.
+// The wait throws only on the thread itself, which is refused earlier. An input whose Cancel throws ends the process.
 // NOLINTNEXTLINE(bugprone-exception-escape)
 CommunicationChannel::~CommunicationChannel()
 {
@@ -100,12 +100,12 @@ CommunicationChannel::~CommunicationChannel()
                "Neither its handler nor its input may drop the last reference to it.";
         // GCOVR_EXCL_STOP
     }
-    // Neither Cancel nor the wait for the thread may be cut short by an interruption meant for the calling thread.
+    // An interruption of the calling thread must not cut short Cancel or the wait for the background thread.
     const boost::this_thread::disable_interruption uninterrupted;
     m_thread->interrupt();
     m_stopRequested = true;
     m_input->Cancel();
-    // Whichever thread has not seen the flag holds the mutex until it waits; from then on the wake-up reaches it.
+    // A thread that has not seen the flag holds the mutex until it waits. From then on the wake-up reaches it.
     Lock(m_mutex).unlock();
     m_readerCondition.notify_one();
     m_threadCondition.notify_one();
@@ -126,8 +126,8 @@ ioSize CommunicationChannel::Read(uint8_t* data, ioSize size)
     WaitForMessage(lock);
     if (!m_dataAvailable)
     {
-        // The channel is being destroyed, which wakes one reader; the others are to end as well. It may be gone once
-        // this reader has unlocked it.
+        // The channel is being destroyed, which wakes only one reader, so this one wakes the next. The channel may no
+        // longer exist once this reader has unlocked it.
         m_readerCondition.notify_one();
         return 0;
     }
@@ -140,7 +140,7 @@ ioSize CommunicationChannel::Read(uint8_t* data, ioSize size)
         m_dataAvailable = false;
         m_readPosition = 0;
     }
-    // A stored message wakes one reader only; a reader that leaves some of it passes that on.
+    // A stored message wakes one reader only. A reader that leaves some of the message wakes the next one.
     UnlockAndNotify(lock, taken ? m_threadCondition : m_readerCondition);
     return count;
 }
@@ -156,7 +156,7 @@ void CommunicationChannel::WaitForMessage(boost::unique_lock<boost::mutex>& lock
     }
     catch (...)
     {
-        // The reader leaves by an interruption of its own thread and may have used up a wake-up.
+        // An interruption of its own thread ends this Read, which may have used up a wake-up.
         m_readerCondition.notify_one();
         throw;
     }
@@ -219,21 +219,21 @@ void CommunicationChannel::ReceiveMessages()
         {
             return;
         }
-        staging.reserve(length);  // exactly: left to itself a vector takes up to twice as much as the longest message
+        staging.reserve(length);  // exact: by itself, a vector takes up to twice the longest message
         staging.resize(length);
         m_input->Read(staging.data(), length);
         StopIfRequested();
         StoreMessage(staging);
         StopIfRequested();
         WaitUntilTaken();
-        // The interruption point that follows the wait is the one at the top.
+        // The interruption point after the wait is the one at the top of the loop.
     }
 }
 
 void CommunicationChannel::StoreMessage(const std::vector<uint8_t>& message)
 {
     Lock lock(m_mutex);
-    m_message = message;  // when there is no memory for that, nothing is pending and nobody is woken
+    m_message = message;  // if there is no memory for that, nothing is pending and no reader is woken
     m_dataAvailable = true;
     const UnlockAndNotifyOnExit wakeReader(lock, m_readerCondition);  // also when the handler throws
     if (m_handler != nullptr)
