@@ -5,14 +5,14 @@
 namespace Tarsel::Core
 {
 
-/// A failure of the library that concerns no stream: thrown by the name functions (IPCTools.h).
+/// Reports a failure of the library that concerns no stream. The name functions (IPCTools.h) throw it.
 class TARSEL_EXPORT CoreException : public virtual Exception
 {
 public:
-    /// Without records; whoever throws attaches them.
+    /// Makes an exception without records. The code that throws it attaches them.
     CoreException();
-    CoreException(const CoreException&) = default;             ///< keeps the records
-    CoreException& operator=(const CoreException&) = default;  ///< keeps the records
+    CoreException(const CoreException&) = default;             ///< Keeps the records.
+    CoreException& operator=(const CoreException&) = default;  ///< Keeps the records.
     ~CoreException() noexcept override;
 };
 

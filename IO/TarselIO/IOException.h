@@ -6,20 +6,20 @@
 namespace Tarsel::Core
 {
 
-/// A failed operation of a stream. Which records it carries is told where it is thrown.
+/// Reports a failed operation of a stream. The operation that throws documents which records the exception carries.
 class TARSEL_EXPORT IOException : public virtual CoreException
 {
 public:
     struct TagSeek;
 
-    /// Without records; whoever throws attaches them.
+    /// Makes an exception without records. The code that throws it attaches them.
     IOException();
-    IOException(const IOException&) = default;             ///< keeps the records
-    IOException& operator=(const IOException&) = default;  ///< keeps the records
+    IOException(const IOException&) = default;             ///< Keeps the records.
+    IOException& operator=(const IOException&) = default;  ///< Keeps the records.
     ~IOException() noexcept override;
 };
 
-/// The record of IOException::TagSeek: the position that SetPosition was asked for.
+/// Holds the position that SetPosition was asked for, under the key IOException::TagSeek.
 using ErrorSeek = boost::error_info<IOException::TagSeek, ioSize>;
 
 }  // namespace Tarsel::Core
