@@ -13,10 +13,10 @@ namespace
 
 constexpr char kPattern[] = "YYYY-MM-dd kk:mm:ss";
 
-// Where the clock of some file systems begins: what their attributes say when nobody recorded a date.
+// The time at which the clock of some file systems begins. Their attributes contain it if no date was recorded.
 constexpr char kUnknownDate[] = "1904-01-01 00:00:00";
 
-// Nothing as soon as one service has no answer.
+// Returns nothing as soon as one service has no answer.
 std::optional<std::string> DescribeCreationDate(const std::string& path, Foundation::IDateServices& services)
 {
     std::optional<Foundation::Instant> date = services.GetCreationDate(path);
