@@ -14,7 +14,7 @@ namespace Tarsel::Core
 namespace
 {
 
-/// A name of the system's, in memory that the system allocated.
+/// Returns a name from the system, in memory that the system allocated.
 class SafeTempName
 {
 public:
