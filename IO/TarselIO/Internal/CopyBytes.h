@@ -33,17 +33,17 @@ inline void CopyFewBytes(uint8_t* to, const uint8_t* from, ioSize count)
     }
 }
 
-/// Not inline, so that the callers of CopyBytes need no stack frame for their shortest copies.
+/// Copies many bytes. Not inline, so that the callers of CopyBytes need no stack frame for their shortest copies.
 [[gnu::noinline]] inline ioSize CopyManyBytes(uint8_t* to, const uint8_t* from, ioSize count)
 {
     std::memcpy(to, from, count);
     return count;
 }
 
-/// Copies `count` bytes between places that do not overlap, and returns `count`. For 0 bytes both pointers may be null.
+/// Copies `count` bytes between places that do not overlap. For 0 bytes both pointers may be null. Returns `count`.
 inline ioSize CopyBytes(uint8_t* to, const uint8_t* from, ioSize count)
 {
-    // The bit streams move byte after byte, and many callers a number at a time: a call of memcpy would be most of
+    // The bit streams move single bytes, and many callers move one number at a time. A call of memcpy would be most of
     // that work.
     if (count == 1)
     {

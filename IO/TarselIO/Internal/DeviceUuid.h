@@ -1,8 +1,8 @@
 #pragma once
 
-// Boost.Uuid reads "/dev/urandom" only with its POSIX provider; left alone on Linux it asks the kernel another way. The
-// choice changes the inline code of the classes below, and a program that uses Boost.Uuid its own way holds another
-// version of them, which a static link would mix up with ours. So ours go by names of their own.
+// Boost.Uuid reads "/dev/urandom" only with its POSIX provider. By default, it asks the kernel another way on Linux.
+// The choice changes the inline code of the classes below. A program that uses Boost.Uuid in another way has another
+// version of them, which a static link would mix up with ours. So ours have names of their own.
 #define BOOST_UUID_RANDOM_PROVIDER_FORCE_POSIX
 #define random_provider_base tarsel_device_provider_base
 #define random_provider tarsel_device_provider

@@ -5,9 +5,9 @@
 #include <TarselIO/ILockable.h>
 #include <TarselPointer/IRefCountable.h>
 
-// Every concrete class counts and locks through members of its own. Its header declares the operations and shows the
-// members in their order; these macros write the bodies, so that each exists once. They are given the member's name,
-// so that a search for it finds its use.
+// Every concrete class counts and locks through its own members. Its header declares the operations and shows the
+// members in their order. These macros write the bodies, so that each exists once. They receive the member's name, so
+// that a search for it finds its use.
 
 #define TARSEL_IMPLEMENT_REFCOUNT(Class, counter)      \
     int Class::AddRef() const                          \

@@ -10,12 +10,13 @@
 namespace Tarsel::Core
 {
 
-/// The most that a pipe moves in one system call.
+/// The largest number of bytes that a pipe moves in one system call.
 constexpr ioSize kPipeChunkSize = 1024;
 
 /// Moves `size` bytes in pieces of at most `chunkSize`. `moveChunk(offset, count)` moves at most `count` bytes from or
-/// to `offset` and returns how many, or nothing to stop. Returns whether all bytes were moved; `done`, if not null,
-/// receives how many were.
+/// to `offset` and returns how many, or nothing to stop. `done`, if not null, receives how many bytes were moved.
+///
+/// Returns whether all bytes were moved.
 template <typename MoveChunk>
 bool MoveInChunks(ioSize size, ioSize chunkSize, ioSize* done, MoveChunk moveChunk)
 {
@@ -35,8 +36,10 @@ bool MoveInChunks(ioSize size, ioSize chunkSize, ioSize* done, MoveChunk moveChu
     return moving;
 }
 
-/// Makes transfers of what remains of `size` bytes until nothing remains or one fails; at least one, also for 0 bytes.
-/// `transfer(offset, count, &done)` returns whether it succeeded. Returns how many bytes the successful ones moved.
+/// Makes transfers of what remains of `size` bytes until nothing remains or one fails. It makes at least one, also for
+/// 0 bytes. `transfer(offset, count, &done)` returns whether it succeeded.
+///
+/// Returns how many bytes the successful transfers moved.
 template <typename Transfer>
 ioSize MoveAll(ioSize size, Transfer transfer)
 {
@@ -51,8 +54,8 @@ ioSize MoveAll(ioSize size, Transfer transfer)
     return total;
 }
 
-/// Makes a system call again for as long as a signal interrupts it, telling `onInterrupt` each time. After a failure
-/// `errno` is the call's own.
+/// Repeats a system call for as long as a signal interrupts it, and calls `onInterrupt` each time. After a failure,
+/// `errno` is the last call's own.
 template <typename Call, typename OnInterrupt>
 auto RetryOnInterrupt(Call call, OnInterrupt onInterrupt)
 {
@@ -65,7 +68,7 @@ auto RetryOnInterrupt(Call call, OnInterrupt onInterrupt)
     return result;
 }
 
-/// Owns a file descriptor until somebody else takes it over.
+/// Owns a file descriptor until other code takes ownership of it.
 class DescriptorGuard
 {
 public:

@@ -4,7 +4,7 @@
 
 #include <boost/throw_exception.hpp>
 
-// GCC 12 does not tell the column.
+// GCC 12 does not provide the column.
 #if __has_builtin(__builtin_COLUMN)
 #define TARSEL_COLUMN __builtin_COLUMN()
 #else
@@ -14,9 +14,9 @@
 namespace Tarsel::Core
 {
 
-/// Where an exception is thrown. Made from the function's text at the throw itself: the compiler fills in the file,
-/// shortened to its path from the repository root, and the line. The function's text is written out because compilers
-/// spell it differently.
+/// Describes where an exception is thrown. It is made from the function's text at the throw itself. The compiler fills
+/// in the line and the file, shortened to its path from the repository root. The function's text is written out because
+/// compilers spell it differently.
 class ThrowSite
 {
 public:

@@ -10,7 +10,7 @@ namespace Tarsel::Core
 // The standard I/O library takes positions as `long`.
 static_assert(sizeof(long) == sizeof(std::int64_t), "file positions need 64 bits");
 
-/// Stands in for the data of a transfer of 0 bytes: the call is made, but never with a null pointer.
+/// Returns `data`, or `standIn` for a transfer of 0 bytes: the call is made, but never with a null pointer.
 template <typename Byte>
 Byte* NotNull(Byte* data, ioSize size, Byte* standIn)
 {
