@@ -76,7 +76,7 @@ public:
           m_onEnd(std::move(onEnd)),
           m_capacity(0),
           m_length(0),
-          m_handedOn(kHeaderSize),
+          m_passedOn(kHeaderSize),
           m_ended(false)
     {
     }
@@ -89,13 +89,13 @@ public:
     /// the handler has returned.
     ioSize Read(uint8_t* data, ioSize size) override
     {
-        const bool frameIsDone = m_handedOn >= kHeaderSize && m_handedOn - kHeaderSize == m_length;
+        const bool frameIsDone = m_passedOn >= kHeaderSize && m_passedOn - kHeaderSize == m_length;
         if (size == 0 || (frameIsDone && !FetchFrame()))
         {
             return 0;
         }
-        return m_handedOn < kHeaderSize ? HandOn(data, size, AsBytes(m_length) + m_handedOn, kHeaderSize - m_handedOn)
-                                        : HandOn(data, size, Payload(), m_length - (m_handedOn - kHeaderSize));
+        return m_passedOn < kHeaderSize ? PassOn(data, size, AsBytes(m_length) + m_passedOn, kHeaderSize - m_passedOn)
+                                        : PassOn(data, size, Payload(), m_length - (m_passedOn - kHeaderSize));
     }
 
     /// The source's Cancel.
@@ -108,7 +108,7 @@ private:
     static constexpr ioSize kHeaderSize = sizeof(ioSize);
 
     static uint8_t* AsBytes(ioSize& length) { return reinterpret_cast<uint8_t*>(&length); }
-    const uint8_t* Payload() const { return m_payload.get() + (m_handedOn - kHeaderSize); }
+    const uint8_t* Payload() const { return m_payload.get() + (m_passedOn - kHeaderSize); }
 
     /// Returns whether a whole frame has come.
     bool FetchFrame()
@@ -119,7 +119,7 @@ private:
             return false;
         }
         ioSize length = 0;
-        const ioSize headerSize = TellingFailures([&] { return m_source->Read(AsBytes(length), kHeaderSize); });
+        const ioSize headerSize = ReportingFailures([&] { return m_source->Read(AsBytes(length), kHeaderSize); });
         if (headerSize != kHeaderSize)
         {
             return End(headerSize == 0 ? FrameEnd::EndOfStream : FrameEnd::CutHeader);
@@ -128,16 +128,16 @@ private:
         {
             return End(FrameEnd::OverLimit);
         }
-        if (!TellingFailures([&] { return FetchPayload(length); }))
+        if (!ReportingFailures([&] { return FetchPayload(length); }))
         {
             return End(FrameEnd::CutPayload);
         }
         m_length = length;
-        m_handedOn = 0;
+        m_passedOn = 0;
         m_ended = false;
         if (length == 0)
         {
-            Tell(FrameEnd::Farewell);
+            Report(FrameEnd::Farewell);
         }
         return true;
     }
@@ -156,7 +156,7 @@ private:
 
     /// The result of `action`; the program hears of it if that throws.
     template <class Action>
-    auto TellingFailures(Action action) -> decltype(action())
+    auto ReportingFailures(Action action) -> decltype(action())
     {
         try
         {
@@ -172,7 +172,7 @@ private:
     bool End(FrameEnd end)
     {
         FreePayload();
-        Tell(end);
+        Report(end);
         return false;
     }
 
@@ -182,7 +182,7 @@ private:
         m_capacity = 0;
     }
 
-    void Tell(FrameEnd end) const
+    void Report(FrameEnd end) const
     {
         if (m_onEnd)
         {
@@ -190,11 +190,11 @@ private:
         }
     }
 
-    ioSize HandOn(uint8_t* target, ioSize size, const uint8_t* from, ioSize remaining)
+    ioSize PassOn(uint8_t* target, ioSize size, const uint8_t* from, ioSize remaining)
     {
         const ioSize count = std::min(size, remaining);
         std::memcpy(target, from, count);
-        m_handedOn += count;
+        m_passedOn += count;
         return count;
     }
 
@@ -204,7 +204,7 @@ private:
     std::unique_ptr<uint8_t[]> m_payload;
     ioSize m_capacity;  // of m_payload
     ioSize m_length;    // of the frame that is being handed on
-    ioSize m_handedOn;  // how much of it has been, header and payload
+    ioSize m_passedOn;  // how much of it has been, header and payload
     bool m_ended;
 };
 
