@@ -15,61 +15,69 @@
 namespace Tarsel::Core
 {
 
-/// Why a channel that reads through a GuardedFrameInput receives nothing more.
+/// Names the reason why a channel that reads through a GuardedFrameInput receives nothing more.
 enum class FrameEnd
 {
     Farewell,     ///< an empty frame, by which a peer asks the other side to stop reading
-    EndOfStream,  ///< the source gave nothing where a frame could have begun
-    CutHeader,    ///< the source gave only some of the 8 bytes of a length
-    OverLimit,    ///< a frame was announced that is longer than the program allows
-    CutPayload,   ///< the source gave less than the announced length
-    Failure       ///< the source has thrown, or there was no memory for a frame within the limit
+    EndOfStream,  ///< the source returned nothing where a frame could have begun
+    CutHeader,    ///< the source returned only some of the 8 bytes of a length
+    OverLimit,    ///< the announced frame is longer than the program allows
+    CutPayload,   ///< the source returned less than the announced length
+    Failure       ///< the source threw, or there was no memory for a frame within the limit
 };
 
-/// Stands between a CommunicationChannel, of either mode, and its input, for a peer that is not fully trusted:
+/// Guards a CommunicationChannel, of either mode, against a peer that is not fully trusted. Put the guard between the
+/// channel and its input:
 ///
 /// ```cpp
 /// input = GuardedFrameInput::Create(input, 1'000'000, [](FrameEnd end) { ... });
 /// channel = CommunicationChannel::Create(input, output, true);
 /// ```
 ///
-/// It passes on whole frames only. Header and payload have both arrived before the channel gets the header; a frame
-/// that is too long or cut ends the stream instead, so that the channel's background loop ends cleanly and ReadHeader
-/// gives 0. It looks at lengths alone: what is in a message is for the program to check.
+/// It passes on whole frames only. The channel gets the header once both the header and the payload have arrived. A
+/// frame that is too long or cut ends the stream instead: the channel's background loop ends cleanly, and ReadHeader
+/// returns 0. The guard checks lengths only. The program has to check what is in a message.
 ///
 /// A cut frame is one after which the source ends. If a sender is killed within a frame and another one opens the same
 /// FIFO before that, the source does not end: the first bytes of the new sender complete the frame, which passes. Give
-/// each connection FIFOs of its own, and make a new guard and a new channel for it.
+/// each connection its own FIFOs, and create a new guard and a new channel for it.
 ///
-/// It asks its source once for each header and once for each payload and takes a short count for the end, as the
-/// channel needs an input that delivers what it is asked for. The pipes do. One with the Default protocol gives 0
-/// instead of a short count, so that a cut header looks like EndOfStream; the Raw protocol tells them apart.
+/// The guard asks its source once for each header and once for each payload, and takes a short count for the end. Like
+/// the channel, it needs a source that delivers what it is asked for. The pipes do. A pipe with the Default protocol
+/// returns 0 instead of a short count, so that a cut header looks like EndOfStream. The Raw protocol distinguishes the
+/// two.
 ///
-/// It holds one payload, at most the limit, in one block that is freed before a larger one is made. The channel itself
-/// holds a message up to two times more, and a third for the moment in which one of these grows. If the channel has no
-/// memory for that, it ends without the guard: see EndHandler.
+/// The guard holds one payload, at most the limit, in one block that is freed before a larger one is allocated. The
+/// channel itself holds a message up to two times more, and a third time while one of these copies grows. If the
+/// channel has no memory for that, it ends and the end callback is not called: see EndHandler.
+///
+/// One thread at a time reads. Any other thread may call Cancel, if the source allows that.
 class TARSEL_EXPORT GuardedFrameInput : public RefCounted<IByteDataInput>
 {
 public:
-    /// Is called by the thread that reads, in threaded mode the channel's own: once, when the stream has ended, and
-    /// for each Farewell. The channel is not locked, so its operations may be called, but not Read, which would wait
-    /// for good; and the last reference to it must not be dropped here. Must stay callable until the channel has gone:
-    /// its release may be what ends the source, and from then on nothing of the channel may be used here. What it
-    /// throws passes through Read: a threaded channel logs it and ends.
+    /// Receives the reason for the end of a stream: the end callback of a guard. The thread that reads calls it, in
+    /// threaded mode the channel's own thread. It is called once when the stream has ended, and for each empty frame.
     ///
-    /// It is not called when a threaded channel ends by itself: because there was no memory for a message that the
-    /// guard had passed on, or because the channel's own handler threw. The log then has one ERROR record, the channel
-    /// behaves as after an empty frame, and nothing more is read, so that the peer's writes block.
+    /// The channel is not locked during the call. Its operations may be called, except Read, which would wait forever.
+    /// The last reference to the channel must not be dropped here.
+    ///
+    /// The callback must stay callable until the channel has been destroyed. Destroying the channel may be what ends
+    /// the source; from then on, nothing of the channel may be used here. What the callback throws passes through Read:
+    /// a threaded channel logs it and ends.
+    ///
+    /// The callback is not called when a threaded channel ends by itself, because there was no memory for a message
+    /// that the guard had passed on, or because the channel's own handler threw. The log then has one ERROR record, the
+    /// channel behaves as after an empty frame, and nothing more is read, so that the peer's writes block.
     using EndHandler = std::function<void(FrameEnd end)>;
 
-    /// Guards `source`, which is not null. `limit` is the longest payload that passes, in bytes; 0 lets only empty
-    /// frames pass. `onEnd` may be empty.
+    /// Creates a guard for `source`, which is not null. `limit` is the longest payload that passes, in bytes; with 0,
+    /// only empty frames pass. `onEnd` may be empty.
     static SP<IByteDataInput> Create(SP<IByteDataInput> source, ioSize limit, EndHandler onEnd)
     {
         return SP<IByteDataInput>(new GuardedFrameInput(std::move(source), limit, std::move(onEnd)));
     }
 
-    /// Does the work of Create, which callers use.
+    /// Use Create instead.
     GuardedFrameInput(SP<IByteDataInput> source, ioSize limit, EndHandler onEnd)
         : m_source(std::move(source)),
           m_limit(limit),
@@ -81,12 +89,15 @@ public:
     {
     }
 
-    // IByteDataInput. One thread at a time reads; Cancel may come from any other, if the source allows that.
+    // IByteDataInput
 
-    /// Returns the next bytes of the frame, at most to the end of its header or of its payload. At the end of a frame
-    /// it first waits for the whole next one. 0 after the stream has ended; only an empty frame does not end it. What
-    /// the source throws, and std::bad_alloc when there is no memory for a frame within the limit, passes through once
-    /// the handler has returned.
+    /// Returns the next bytes of the frame, at most to the end of its header or of its payload; 0 after the stream has
+    /// ended. An empty frame does not end the stream; every other FrameEnd does.
+    ///
+    /// Throws what the source throws, and std::bad_alloc if there is no memory for a frame within the limit, once the
+    /// end callback has returned.
+    ///
+    /// Blocks, at the end of a frame, until the whole next one has arrived.
     ioSize Read(uint8_t* data, ioSize size) override
     {
         const bool frameIsDone = m_passedOn >= kHeaderSize && m_passedOn - kHeaderSize == m_length;
@@ -98,7 +109,7 @@ public:
                                         : PassOn(data, size, Payload(), m_length - (m_passedOn - kHeaderSize));
     }
 
-    /// The source's Cancel.
+    /// Calls the source's Cancel.
     void Cancel() override { m_source->Cancel(); }
 
 protected:
@@ -110,10 +121,10 @@ private:
     static uint8_t* AsBytes(ioSize& length) { return reinterpret_cast<uint8_t*>(&length); }
     const uint8_t* Payload() const { return m_payload.get() + (m_passedOn - kHeaderSize); }
 
-    /// Returns whether a whole frame has come.
+    /// Returns whether a whole frame has arrived.
     bool FetchFrame()
     {
-        // Unless one comes the stream has ended, also when something is thrown.
+        // Unless a frame arrives, the stream has ended, also if this function throws.
         if (std::exchange(m_ended, true))
         {
             return false;
@@ -147,14 +158,14 @@ private:
         if (length > m_capacity)
         {
             FreePayload();
-            // All zeros: a source that claims more than it delivers passes on nothing that the program has forgotten.
+            // All zeros: if a source claims more than it delivers, the program's old data is not passed on.
             m_payload = std::make_unique<uint8_t[]>(length);
             m_capacity = length;
         }
         return length == 0 || m_source->Read(m_payload.get(), length) == length;
     }
 
-    /// The result of `action`; the program hears of it if that throws.
+    /// Returns the result of `action`. If that throws, reports it to the end callback first.
     template <class Action>
     auto ReportingFailures(Action action) -> decltype(action())
     {
@@ -203,8 +214,8 @@ private:
     const EndHandler m_onEnd;
     std::unique_ptr<uint8_t[]> m_payload;
     ioSize m_capacity;  // of m_payload
-    ioSize m_length;    // of the frame that is being handed on
-    ioSize m_passedOn;  // how much of it has been, header and payload
+    ioSize m_length;    // of the frame that is being passed on
+    ioSize m_passedOn;  // how much of it has been passed on, header and payload
     bool m_ended;
 };
 
