@@ -12,25 +12,26 @@
 namespace Tarsel::Core
 {
 
-/// Reads a std::istream that belongs to the caller, as a seekable stream.
-/// The caller keeps the istream alive, and does not use it otherwise, while the stream is used. It has to be seekable,
-/// which a file or a string is and std::cin mostly is not.
+/// Reads a std::istream that belongs to the caller, as a seekable stream. The caller keeps the istream alive, and does
+/// not use it otherwise, while the stream is used. The istream has to be seekable. A file or a string is; std::cin
+/// mostly is not.
 class TARSEL_EXPORT DataInputIstream : public RefCounted<IDataInput>
 {
 public:
-    /// A stream over `*source`, which is not null, from where that stands. Throws IOException with TagDescription when
-    /// it cannot be positioned.
+    /// Creates a stream over `*source` from its current position. `source` is not null.
+    ///
+    /// Throws IOException with TagDescription if the istream cannot be positioned.
     static SP<IDataInput> Create(std::istream* source) { return SP<IDataInput>(new DataInputIstream(source)); }
 
-    /// Does the work of Create, which callers use.
+    /// Use Create instead.
     explicit DataInputIstream(std::istream* source) : m_source(*source, std::ios_base::in), m_position(m_source.Begin())
     {
     }
 
     // IByteDataInput
 
-    /// Returns less than `size` at the end and after a failure, which sets the istream's badbit; from then on always 0.
-    /// Never throws. The end sets no bit.
+    /// Returns less than `size` at the end and after a failure. The failure sets the istream's badbit, and from then on
+    /// Read always returns 0. The end sets no bit. Never throws.
     ioSize Read(uint8_t* data, ioSize size) override
     {
         auto* const target = reinterpret_cast<char*>(data);
@@ -42,15 +43,15 @@ public:
     }
 
     // IDataInput
-    const ioPath& GetFilename() const override { return m_filename; }  ///< always empty
+    const ioPath& GetFilename() const override { return m_filename; }  ///< Returns the empty path.
 
-    /// Where the istream ended when the stream was made; later changes do not show.
+    /// Returns where the istream ended when the stream was created. Later changes do not show.
     ioSize GetSize() const override { return m_source.End(); }
 
-    ioSize GetPosition() const override { return m_position; }  ///< from 0
+    ioSize GetPosition() const override { return m_position; }
 
-    /// Throws IOException with IOException::TagSeek for a position beyond the size, and when the istream does not go
-    /// there. The position stays what it was.
+    /// Throws IOException with IOException::TagSeek for a position beyond the size, or if the istream does not move
+    /// there. The position then stays what it was.
     void SetPosition(ioSize position) override
     {
         m_source.SetPosition(position, m_source.End());
@@ -58,9 +59,9 @@ public:
     }
 
     // ILockable
-    void Lock() override { m_lock.Lock_Impl(); }               ///< waits until the lock is free
-    bool TryLock() override { return m_lock.TryLock_Impl(); }  ///< does not wait
-    void Unlock() override { m_lock.Unlock_Impl(); }           ///< by the thread that holds it
+    void Lock() override { m_lock.Lock_Impl(); }
+    bool TryLock() override { return m_lock.TryLock_Impl(); }
+    void Unlock() override { m_lock.Unlock_Impl(); }
 
 protected:
     ~DataInputIstream() override = default;

@@ -13,18 +13,18 @@
 namespace Tarsel::Core
 {
 
-/// Writes a std::ostream that belongs to the caller, as a seekable stream.
-/// The caller keeps the ostream alive, and does not use it otherwise, while the stream is used. It has to be seekable,
-/// and not opened for appending. What it holds back in a buffer of its own it writes when the caller flushes or closes
-/// it, and tells of a failure then.
+/// Writes a std::ostream that belongs to the caller, as a seekable stream. The caller keeps the ostream alive, and does
+/// not use it otherwise, while the stream is used. The ostream has to be seekable, and not opened for appending. If it
+/// holds bytes back in its own buffer, it writes them when the caller flushes or closes it, and reports a failure then.
 class TARSEL_EXPORT DataOutputOstream : public RefCounted<IDataOutput>
 {
 public:
-    /// A stream over `*target`, which is not null, from where that stands. Throws IOException with TagDescription when
-    /// it cannot be positioned.
+    /// Creates a stream over `*target` from its current position. `target` is not null.
+    ///
+    /// Throws IOException with TagDescription if the ostream cannot be positioned.
     static SP<IDataOutput> Create(std::ostream* target) { return SP<IDataOutput>(new DataOutputOstream(target)); }
 
-    /// Does the work of Create, which callers use.
+    /// Use Create instead.
     explicit DataOutputOstream(std::ostream* target)
         : m_target(*target, std::ios_base::out), m_position(m_target.Begin()), m_size(m_target.End())
     {
@@ -32,8 +32,10 @@ public:
 
     // IByteDataOutput
 
-    /// Takes all of `size`. Throws IOException with TagDescription when the ostream does not; that has its badbit set
-    /// then, which makes every later write fail, and the position is behind what it took.
+    /// Writes all `size` bytes and returns `size`.
+    ///
+    /// Throws IOException with TagDescription if the ostream does not take all of them. The ostream then has its badbit
+    /// set, which makes every later write fail, and the position is behind what it took.
     ioSize Write(const uint8_t* data, ioSize size) override
     {
         const auto* const source = reinterpret_cast<const char*>(data);
@@ -44,14 +46,15 @@ public:
     }
 
     // IDataOutput
-    const ioPath& GetFilename() const override { return m_filename; }  ///< always empty
+    const ioPath& GetFilename() const override { return m_filename; }  ///< Returns the empty path.
 
-    /// Where the ostream ended when the stream was made, or the end of what has been written since.
+    /// Returns where the ostream ended when the stream was created, or the end of what has been written since.
     ioSize GetSize() const override { return m_size; }
 
-    /// Growing writes zero bytes and leaves the position; a failure is that of Write, and the position then stands
-    /// behind the zeros that were taken. A standard stream cannot be cut: a smaller size throws IOException with
-    /// TagDescription and changes nothing.
+    /// Grows by writing zero bytes, and leaves the position. A standard stream cannot be cut.
+    ///
+    /// Throws like Write if the ostream does not take all zeros; the position is then behind those that it took. For a
+    /// smaller size, throws IOException with TagDescription and changes nothing.
     void SetSize(ioSize size) override
     {
         if (size < m_size)
@@ -69,10 +72,10 @@ public:
         SetPosition(position);
     }
 
-    ioSize GetPosition() const override { return m_position; }  ///< from 0
+    ioSize GetPosition() const override { return m_position; }
 
-    /// Throws IOException with IOException::TagSeek for a position beyond the size, and when the ostream does not go
-    /// there. The position stays what it was.
+    /// Throws IOException with IOException::TagSeek for a position beyond the size, or if the ostream does not move
+    /// there. The position then stays what it was.
     void SetPosition(ioSize position) override
     {
         m_target.SetPosition(position, m_size);
@@ -80,9 +83,9 @@ public:
     }
 
     // ILockable
-    void Lock() override { m_lock.Lock_Impl(); }               ///< waits until the lock is free
-    bool TryLock() override { return m_lock.TryLock_Impl(); }  ///< does not wait
-    void Unlock() override { m_lock.Unlock_Impl(); }           ///< by the thread that holds it
+    void Lock() override { m_lock.Lock_Impl(); }
+    bool TryLock() override { return m_lock.TryLock_Impl(); }
+    void Unlock() override { m_lock.Unlock_Impl(); }
 
 protected:
     ~DataOutputOstream() override = default;

@@ -20,16 +20,19 @@ namespace Tarsel::Core
 /// std::istream words(&buffer);
 /// ```
 ///
-/// It reads ahead, so the stream beneath stands further on than the istream: nobody else uses it meanwhile, and sync
-/// puts it where the istream is. The destructor does not. One thread at a time, as for any stream.
+/// It reads ahead, so the underlying stream is further on than the istream. Nobody else uses the underlying stream at
+/// the same time. A call of sync moves it to where the istream is; the destructor does not.
 ///
-/// An end before GetSize() counts as a failure, since that is how a file stream comes short when it cannot read. Every
+/// An end before GetSize() counts as a failure, because a file stream that cannot read returns a short count. Every
 /// byte can be put back, even across the edge of the buffer, but not exchanged for another one.
+///
+/// One thread at a time uses the buffer, as with any stream.
 class TARSEL_EXPORT InputStreambuf : public SeekableStreambuf
 {
 public:
-    /// Reads `stream`, which is not null, from where it stands, mostly in pieces of `bufferSize` bytes. Throws what
-    /// allocation throws.
+    /// Reads `stream`, which is not null, from its current position, mostly in pieces of `bufferSize` bytes.
+    ///
+    /// Throws what allocation throws.
     explicit InputStreambuf(SP<IDataInput> stream, std::size_t bufferSize = kDefaultBufferSize)
         : SeekableStreambuf(std::ios_base::in),
           m_stream(std::move(stream)),
@@ -40,7 +43,7 @@ public:
     }
 
 protected:
-    /// Reads ahead when nothing is left.
+    /// Reads ahead if nothing is left.
     int_type underflow() override
     {
         if (gptr() == egptr())
@@ -50,7 +53,8 @@ protected:
         return gptr() == egptr() ? traits_type::eof() : traits_type::to_int_type(*gptr());
     }
 
-    /// What is at least as large as the buffer goes past it. A `size` of 0 or less moves nothing.
+    /// Reads up to `size` bytes. What is at least as large as the buffer bypasses it. A `size` of 0 or less moves
+    /// nothing.
     std::streamsize xsgetn(char* target, std::streamsize size) override
     {
         if (size <= 0)
@@ -74,7 +78,8 @@ protected:
         return done;
     }
 
-    /// What is left by the stream's size. Never -1: a file may have more than it had when it was opened.
+    /// Returns how many bytes are left by the stream's size. Never returns -1: a file may have more bytes than when it
+    /// was opened.
     std::streamsize showmanyc() override
     {
         constexpr ioSize kMost = std::numeric_limits<std::streamsize>::max();
@@ -82,7 +87,7 @@ protected:
         return m_readEnd < end ? static_cast<std::streamsize>(std::min(end - m_readEnd, kMost)) : 0;
     }
 
-    /// Puts a byte back, by moving the stream where the buffer does not hold it any more.
+    /// Puts a byte back. Moves the stream if the buffer no longer holds that byte.
     int_type pbackfail(int_type byte) override
     {
         const ioSize position = Position();
@@ -99,7 +104,7 @@ protected:
         return traits_type::eof();
     }
 
-    /// Moves the stream beneath to where the reader is. -1 for a failure.
+    /// Moves the underlying stream to where the reader is. Returns -1 on failure.
     int sync() override
     {
         return Succeeds([this] { return Reposition(Position()); }) ? 0 : -1;

@@ -20,16 +20,17 @@ namespace Tarsel::Core
 /// words << "one\n" << std::flush;
 /// ```
 ///
-/// Bytes wait in the buffer until it is full, flushed or moved. The destructor writes the rest as well, but has no way
-/// to tell of a failure: flush first and look. After a failed write, what is buffered stays so; the next attempt
-/// begins again at the same position, so that nothing of it is written twice or left out.
+/// Bytes wait in the buffer until it is full, flushed or moved. The destructor writes the rest as well, but cannot
+/// report a failure: flush first and check the result. After a failed write, the buffered bytes stay in the buffer. The
+/// next attempt begins again at the same position, so that none of them is written twice or left out.
 ///
-/// Nobody else uses the stream beneath meanwhile. One thread at a time, as for any stream.
+/// Nobody else uses the underlying stream at the same time. One thread at a time uses the buffer, as with any stream.
 class TARSEL_EXPORT OutputStreambuf : public SeekableStreambuf
 {
 public:
-    /// Writes `stream`, which is not null, from where it stands. Gathers up to `bufferSize` bytes for a write. Throws
-    /// what allocation throws.
+    /// Writes `stream`, which is not null, from its current position. Gathers up to `bufferSize` bytes for a write.
+    ///
+    /// Throws what allocation throws.
     explicit OutputStreambuf(SP<IDataOutput> stream, std::size_t bufferSize = kDefaultBufferSize)
         : SeekableStreambuf(std::ios_base::out),
           m_stream(std::move(stream)),
@@ -44,7 +45,7 @@ public:
     ~OutputStreambuf() override { Flush(); }
 
 protected:
-    /// Hands on what is buffered, then takes `byte`.
+    /// Writes what is buffered, then takes `byte`.
     int_type overflow(int_type byte) override
     {
         Drain();
@@ -56,7 +57,7 @@ protected:
         return traits_type::not_eof(byte);
     }
 
-    /// What is larger than the buffer goes past it. A `size` of 0 or less moves nothing.
+    /// Takes `size` bytes. What is larger than the buffer bypasses it. A `size` of 0 or less moves nothing.
     std::streamsize xsputn(const char* data, std::streamsize size) override
     {
         if (size <= 0)
@@ -79,12 +80,12 @@ protected:
         return size;
     }
 
-    /// Hands over what is buffered. -1 for a failure.
+    /// Writes what is buffered. Returns -1 on failure.
     int sync() override { return Flush() ? 0 : -1; }
 
     ioSize Position() const override { return m_writeBegin + Buffered(); }
 
-    /// A file stream goes on telling the size that it had when it was opened, so what was written counts as well.
+    /// Includes what was written, because a file stream keeps returning the size that it had when it was opened.
     ioSize End() const override { return std::max({m_stream->GetSize(), m_furthest, Position()}); }
 
     bool MoveTo(ioSize position) override
@@ -153,7 +154,7 @@ private:
     std::vector<char> m_buffer;
     ioSize m_writeBegin;  // the offset of the first buffered byte
     ioSize m_furthest;    // the end of what has been written
-    bool m_misplaced;     // the stream may stand elsewhere than at m_writeBegin, after a failure
+    bool m_misplaced;     // after a failure, the stream may be elsewhere than at m_writeBegin
 };
 
 }  // namespace Tarsel::Core

@@ -19,36 +19,40 @@
 namespace Tarsel::Core
 {
 
-/// What InputStreambuf and OutputStreambuf share: seeking by 64-bit offsets, and the failure that is kept.
+/// Provides what InputStreambuf and OutputStreambuf share: seeking by 64-bit offsets, and the failure that is kept.
 ///
-/// What the stream beneath throws is kept here. It also leaves the buffer's operations that read or write: a standard
-/// stream over the buffer catches it and sets badbit, or passes it on after `exceptions(std::ios::badbit)`. Seeking and
-/// sync return -1 instead, because some standard streams do not catch there (`seekp`, and the flush of `unitbuf`); they
-/// set failbit and badbit. An output writes what is buffered before it seeks, so a failbit can mean a failed write.
+/// The buffer keeps what the underlying stream throws:
+/// - Operations that read or write throw it as well. A standard stream over the buffer catches it and sets badbit, or
+///   passes it on after `exceptions(std::ios::badbit)`.
+/// - Seeking and sync return -1 instead, because some standard streams do not catch exceptions there (`seekp`, and the
+///   flush of `unitbuf`). Seeking then sets failbit, and sync badbit. An output writes what is buffered before it
+///   seeks, so a failbit can mean a failed write.
 ///
-/// Not for pipes and channels: their bytes come when the peer sends them. To read ahead would wait for bytes that
-/// nobody has asked for yet, and a pipe with the Default protocol drops what came before the end of the data.
+/// Do not use it for pipes and channels: their bytes come when the peer sends them. Reading ahead would wait for bytes
+/// that the program has not asked for yet, and a pipe with the Default protocol drops what came before the end of the
+/// data.
 class TARSEL_EXPORT SeekableStreambuf : public std::streambuf
 {
 public:
-    static constexpr std::size_t kDefaultBufferSize = 16384;  ///< in bytes
+    static constexpr std::size_t kDefaultBufferSize = 16384;  ///< the default size of the buffer, in bytes
 
     SeekableStreambuf(const SeekableStreambuf&) = delete;
     SeekableStreambuf& operator=(const SeekableStreambuf&) = delete;
 
-    /// The latest failure, for std::rethrow_exception; null if there was none. Later successes leave it as it is.
+    /// Returns the latest failure, for std::rethrow_exception; null if there was none. Later successes do not change
+    /// it.
     std::exception_ptr Failure() const noexcept { return m_failure; }
 
 protected:
-    /// `direction` is std::ios_base::in or out.
+    /// Makes a buffer for `direction`, which is std::ios_base::in or out.
     explicit SeekableStreambuf(std::ios_base::openmode direction) : m_direction(direction) {}
     ~SeekableStreambuf() override = default;
 
-    virtual ioSize Position() const = 0;       ///< the offset of the next byte for the user of the buffer
-    virtual ioSize End() const = 0;            ///< what offsets from the end count from
-    virtual bool MoveTo(ioSize position) = 0;  ///< false if the stream does not go there
+    virtual ioSize Position() const = 0;       ///< Returns the offset of the next byte for the user of the buffer.
+    virtual ioSize End() const = 0;            ///< Returns what offsets from the end count from.
+    virtual bool MoveTo(ioSize position) = 0;  ///< Returns false if the stream does not move there.
 
-    /// Moves relative to the begin, the position or the end; -1 where that does not work.
+    /// Moves relative to the beginning, the position or the end. Returns -1 if that does not work.
     pos_type seekoff(off_type offset, std::ios_base::seekdir from, std::ios_base::openmode which) override
     {
         std::optional<ioSize> target;
@@ -61,13 +65,13 @@ protected:
         return moved ? pos_type(static_cast<off_type>(*target)) : pos_type(off_type(-1));
     }
 
-    /// Moves to `position`, from 0; -1 where that does not work.
+    /// Moves to `position`, from 0. Returns -1 if that does not work.
     pos_type seekpos(pos_type position, std::ios_base::openmode which) override
     {
         return seekoff(position, std::ios_base::beg, which);
     }
 
-    /// Runs `action`; what it throws is kept, and passed on.
+    /// Runs `action`. Keeps what it throws, and passes it on.
     template <class Action>
     auto KeepFailure(Action action) -> decltype(action())
     {
@@ -82,7 +86,7 @@ protected:
         }
     }
 
-    /// The result of `action`, false if it throws.
+    /// Returns the result of `action`; false if it throws.
     template <class Action>
     bool Succeeds(Action action) noexcept
     {
@@ -108,14 +112,15 @@ protected:
         BOOST_THROW_EXCEPTION(error);
     }
 
-    /// The areas of a buffer are moved by `int`.
+    /// Limits `wanted` to the sizes that a buffer can have: its areas are moved by `int`.
     static std::size_t UsableSize(std::size_t wanted)
     {
         return std::clamp<std::size_t>(wanted, 1, std::numeric_limits<int>::max());
     }
 
 private:
-    /// Nothing for offsets that a stream position cannot tell: before the start, and from 2^63.
+    /// Returns the offset from the start, or nothing for one that a stream position cannot represent: before the start,
+    /// or from 2^63.
     std::optional<ioSize> Target(off_type offset, std::ios_base::seekdir from) const
     {
         constexpr off_type kMost = std::numeric_limits<off_type>::max();

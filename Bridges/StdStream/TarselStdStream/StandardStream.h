@@ -16,16 +16,17 @@
 namespace Tarsel::Core
 {
 
-/// What DataInputIstream and DataOutputOstream share: one direction, `std::ios_base::in` or `out`, of a standard
-/// stream.
+/// Provides what DataInputIstream and DataOutputOstream share: one direction, `std::ios_base::in` or `out`, of a
+/// standard stream.
 ///
-/// It works on the stream's buffer and not through its operations, which would take the end of the data for a failure
-/// and throw what the program has asked for with exceptions(). What the buffer throws sets badbit and goes no further.
+/// It uses the stream's buffer and not the stream's operations. Those would take the end of the data for a failure, and
+/// throw what the program has asked for with exceptions(). What the buffer throws sets badbit and goes no further.
 class StandardStream
 {
 public:
-    /// Throws IOException with TagDescription if the stream has failed or does not tell its positions. The stream is
-    /// not owned.
+    /// Takes one direction of `stream`, which is not owned.
+    ///
+    /// Throws IOException with TagDescription if the stream has failed or does not report its positions.
     StandardStream(std::ios& stream, std::ios_base::openmode direction)
         : m_stream(stream), m_direction(direction), m_begin(Seek(0, std::ios_base::cur)), m_end(m_begin)
     {
@@ -37,18 +38,19 @@ public:
         m_end = end;
     }
 
-    ioSize Begin() const { return *m_begin; }  ///< where the stream stood at first
-    ioSize End() const { return *m_end; }      ///< where it ended at first
+    ioSize Begin() const { return *m_begin; }  ///< Returns where the stream was at first.
+    ioSize End() const { return *m_end; }      ///< Returns where the stream ended at first.
 
-    /// Moves to `position`, from 0. Returns whether the stream went there.
+    /// Moves to `position`, from 0. Returns whether the stream moved there.
     bool MoveTo(ioSize position)
     {
         return position <= static_cast<ioSize>(std::numeric_limits<std::streamoff>::max()) &&
                Seek(static_cast<std::streamoff>(position), std::ios_base::beg) == position;
     }
 
-    /// Moves to `position`. Throws IOException with IOException::TagSeek if that lies beyond `size`, or the stream does
-    /// not go there.
+    /// Moves to `position`.
+    ///
+    /// Throws IOException with IOException::TagSeek if that is beyond `size`, or if the stream does not move there.
     void SetPosition(ioSize position, ioSize size)
     {
         if (position > size || !MoveTo(position))
@@ -58,7 +60,7 @@ public:
     }
 
     /// Moves up to `size` bytes by calls of `transfer(buffer, offset, count)`, which returns how many it moved. Stops
-    /// at 0; returns their sum.
+    /// at 0. Returns their sum.
     template <class Transfer>
     ioSize MoveBytes(ioSize size, Transfer transfer)
     {
@@ -75,7 +77,7 @@ public:
         return done;
     }
 
-    /// Sets badbit, without what the stream's exceptions() would make of that.
+    /// Sets badbit, without the exception that exceptions() of the stream would make of that.
     void SetBad() noexcept
     {
         try
@@ -84,12 +86,12 @@ public:
         }
         catch (const std::ios_base::failure&)
         {
-            // Set all the same.
+            // The bit is set in any case.
         }
     }
 
 private:
-    /// The result of `action(buffer)`; nothing if that throws or the stream has failed before.
+    /// Returns the result of `action(buffer)`; nothing if that throws or the stream has failed before.
     template <class Action>
     auto OnBuffer(Action action) -> std::optional<decltype(action(std::declval<std::streambuf&>()))>
     {
