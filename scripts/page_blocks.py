@@ -34,7 +34,7 @@ class Block:
         return PageError(f"{page}:{self.line}: {text}")
 
     def check_output(self, printed):
-        """Raises unless this block is what was printed. "..." stands for any text, a line of "..." for any lines."""
+        """Raises unless this block is what was printed. "..." matches any text, a line of "..." any lines."""
         if re.fullmatch("".join(map(pattern_of, self.code.splitlines())), printed):
             return
         difference = difflib.unified_diff(self.code.splitlines(), printed.splitlines(), "page", "printed", lineterm="")
