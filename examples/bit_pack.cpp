@@ -1,19 +1,19 @@
-// bit_pack: a small lossless packer over the bit streams, for files that fit into memory.
+// bit_pack: a small lossless compressor over the bit streams, for files that fit into memory.
 //
-// It gives the byte values that occur often short codes (canonical Huffman codes). A packed file is one row of bits,
-// each number with its most significant bit first:
+// It gives frequent byte values short codes (canonical Huffman codes). A packed file is one sequence of bits, each
+// number with its most significant bit first:
 //
 //   32 bits        "KBP1"
-//   64 bits        how many bytes the original has
+//   64 bits        the original's size in bytes
 //   128 bits       the original's MD5 digest
 //   for each byte value, 0 to 255:
 //     1 bit        whether it occurs
 //     6 bits       if it does: how many bits its code has, 1 to 63
 //   the codes of the original's bytes
-//   0 to 7 bits    zeros that fill up the last byte
+//   0 to 7 bits    zeros to complete the last byte
 //
-// The lengths tell the codes: they are counted up from 0, shorter before longer ones, those of one length in the order
-// of their byte values; wherever the length grows, zeros are appended. A value that is the only one has the code 0.
+// The codes follow from the lengths: they count up from 0, shorter ones first, and in the order of the byte values
+// within one length; where the length grows, zeros are appended. If only one value occurs, its code is 0.
 
 #include <algorithm>
 #include <array>
@@ -49,8 +49,8 @@ constexpr std::size_t kByteValues = 256;
 constexpr ioSize kLeastRoom = 256;
 
 constexpr char kDescription[] =
-    "Packs the file INPUT into OUTPUT, or unpacks what has been packed. OUTPUT gets\n"
-    "its name, or is replaced, only when all has gone well. Both files have to fit\n"
+    "Packs the file INPUT into OUTPUT, or unpacks a packed file.\n"
+    "OUTPUT is created or replaced only if everything succeeds. Both files must fit\n"
     "into memory.";
 constexpr char kExitStatus[] =
     "Exits with status 0 if OUTPUT was written, with 1 after a failure and with 2 if\n"
@@ -64,7 +64,7 @@ std::uint8_t ToByte(char character)
     return static_cast<std::uint8_t>(character);
 }
 
-/// For each byte value that occurs a group of its own, under the count of its bytes.
+/// Returns one group for each byte value that occurs, keyed by how often it does.
 std::multimap<ioSize, std::string> GroupByCount(const std::string& original)
 {
     std::array<ioSize, kByteValues> counts{};
@@ -83,17 +83,17 @@ std::multimap<ioSize, std::string> GroupByCount(const std::string& original)
     return groups;
 }
 
-/// Huffman's way: the two rarest groups become one, until there is only one. What joins another group gets codes that
-/// are one bit longer.
+/// Huffman's method: the two rarest groups become one, until only one is left. Each time, the codes of all their values
+/// grow by one bit.
 ///
-/// kLongestCode suffices: a code of 64 bits takes counts that grow like Fibonacci's numbers, to 27 terabytes in all.
+/// kLongestCode is enough: a code of 64 bits needs counts that grow like the Fibonacci numbers, 27 terabytes in all.
 CodeLengths ChooseLengths(const std::string& original)
 {
     CodeLengths lengths{};
     std::multimap<ioSize, std::string> groups = GroupByCount(original);
     if (groups.size() == 1)
     {
-        // Also a value that is alone takes a bit, so that a packed file's size tells what it can hold at most.
+        // Even a single value takes one bit, so that a packed file's size limits how much it can hold.
         lengths[ToByte(groups.begin()->second.front())] = 1;
     }
     while (groups.size() > 1)
@@ -112,7 +112,7 @@ CodeLengths ChooseLengths(const std::string& original)
     return lengths;
 }
 
-/// Appends the low `count` bits of `number`, in steps of at most a byte, which is what the bit writer takes.
+/// Appends the low `count` bits of `number`, at most one byte at a time, as the bit writer requires.
 void WriteNumber(DataBitOutput& bits, std::uint64_t number, ioSize count)
 {
     while (count != 0)
@@ -123,7 +123,7 @@ void WriteNumber(DataBitOutput& bits, std::uint64_t number, ioSize count)
     }
 }
 
-/// The codes that go with a choice of lengths.
+/// The codes for the given lengths.
 class Code
 {
 public:
@@ -146,8 +146,8 @@ public:
 
     void Write(DataBitOutput& bits, std::uint8_t value) const { WriteNumber(bits, m_codes[value], m_lengths[value]); }
 
-    /// Takes bit after bit until they are a code. Of each length, `place` counts from its first code; lengths that no
-    /// packer would choose lead to wrong values at worst, never out of m_values.
+    /// Reads bits until they form a code. `place` counts from the first code of each length; lengths that the packer
+    /// never chooses give wrong values at worst, but never an index outside of m_values.
     std::uint8_t Read(DataBitInput& bits) const
     {
         std::uint64_t place = 0;
@@ -168,7 +168,7 @@ public:
 private:
     CodeLengths m_lengths;
     std::array<std::uint64_t, kByteValues> m_codes{};
-    std::vector<std::uint8_t> m_values;  // those that occur, in the order of their codes
+    std::vector<std::uint8_t> m_values;  // the values that occur, in the order of their codes
     std::array<std::size_t, kLongestCode + 1> m_countByLength{};
 };
 
@@ -191,8 +191,8 @@ void WriteHeader(DataBitOutput& bits, const std::string& original, const CodeLen
     }
 }
 
-/// The bits go into a string, which is written to the file as a whole afterwards: the bit writer passes on each byte by
-/// itself, and over a file stream each of them would be a system call.
+/// Packs into a string, which is then written to the file at once. The bit writer passes on single bytes, and over a
+/// file stream each byte would be a system call.
 std::string Pack(const std::string& original)
 {
     const CodeLengths lengths = ChooseLengths(original);
@@ -219,7 +219,7 @@ CodeLengths ReadLengths(DataBitInput& bits)
     return lengths;
 }
 
-/// Reads what follows the magic number. Throws IOException if the bits end too early, as the bit reader does, or are
+/// Reads what follows the magic number. Throws IOException, as the bit reader does, if the bits end too early or are
 /// not what Pack writes.
 std::string ReadOriginal(DataBitInput& bits)
 {
@@ -230,7 +230,7 @@ std::string ReadOriginal(DataBitInput& bits)
         byte = static_cast<std::uint8_t>(bits.ReadBits(kByteBits));
     }
     const Code code(ReadLengths(bits));
-    // Each byte has a code of at least one bit. A size that cannot be true must not cost the memory that it claims.
+    // Each byte has a code of at least one bit. An impossible size must not allocate memory.
     if (size > bits.BitsLeft())
     {
         throw IOException();
@@ -249,7 +249,7 @@ std::string ReadOriginal(DataBitInput& bits)
     return original;
 }
 
-/// `name` is that of the packed file, for people.
+/// `name` is the packed file's name, for messages.
 std::string Unpack(const std::string& packed, const std::string& name)
 {
     DataBitInput bits(DataInputString::Create(&packed));
@@ -270,7 +270,8 @@ std::string Unpack(const std::string& packed, const std::string& name)
 std::string ReadFile(const std::string& path)
 {
     Examples::FileReader file(path);
-    // With room for one more byte, the end of a file is seen where its size says that it is. Some files have no size.
+    // Room for one more byte, so that a read returns less at the file's end. Files that the system generates report the
+    // size 0.
     std::string contents(std::max(file.Size() + 1, kLeastRoom), '\0');
     ioSize done = 0;
     while (const ioSize count = file.Read(reinterpret_cast<std::uint8_t*>(&contents[done]), contents.size() - done))

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Checks bit_pack from outside. Usage: check_bit_pack.sh PROGRAM_FOLDER TEXT_FILE
+# Checks bit_pack from outside. Usage: check_bit_pack.sh PROGRAM_DIRECTORY TEXT_FILE
 text=$(realpath -- "$2")
 # shellcheck source=examples/check_common.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/check_common.sh"
 
 size() { stat -c %s -- "$1"; }
 
-# round_trip <file> <most bytes>: packed it takes no more than that, and unpacking gives back the same.
+# round_trip <file> <most bytes>: packs the file into at most that many bytes and unpacks it unchanged.
 round_trip() {
     succeed " $(size "$1") bytes" bit_pack pack "$1" packed
     [ "$(size packed)" -le "$2" ]
@@ -14,7 +14,7 @@ round_trip() {
     cmp "$1" unpacked
 }
 
-# refuse_packed <text>: the file "packed" is refused, and the file that it should replace stays.
+# refuse_packed <text>: the file "packed" is refused, and the file that it would replace is unchanged.
 refuse_packed() {
     refuse "packed: $1" bit_pack unpack packed kept
     [ "$(cat kept)" = before ]

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Sourced by the checks of the examples, with the folder of the programs as the argument: goes into a folder of its own,
-# which is removed at the end, and says where a check fails.
+# Sourced by the checks of the examples, with the programs' directory as the argument. Changes to a temporary directory,
+# which is removed at the end, and reports where a check fails.
 set -Eeuo pipefail
 
 bin=$(cd -- "$1" && pwd)
@@ -15,7 +15,7 @@ ulimit -c 0
 
 nothing_left() { [ -z "$(find . -path './tmp/*' -o -name '*.part')" ]; }
 
-# run <exit status> <program> [<argument>...]: it ends with this status, and nothing is left behind.
+# run <exit status> <program> [<argument>...]: exits with this status and leaves no file behind.
 run() {
     local status=0
     timeout 100 "$bin/$2" "${@:3}" >stdout 2>stderr || status=$?
@@ -23,14 +23,14 @@ run() {
     nothing_left
 }
 
-# succeed <text> <program> [<argument>...]: it prints the text, and not a word on stderr.
+# succeed <text> <program> [<argument>...]: prints the text, and nothing on stderr.
 succeed() {
     run 0 "${@:2}"
     grep -q -- "$1" stdout
     [ ! -s stderr ]
 }
 
-# refuse <text> <program> [<argument>...]: it prints the text in the only line on stderr, and not a word on stdout.
+# refuse <text> <program> [<argument>...]: fails with one line on stderr, which has the text, and prints nothing else.
 refuse() {
     run 1 "${@:2}"
     grep -q -- "$1" stderr
@@ -38,7 +38,7 @@ refuse() {
     [ ! -s stdout ]
 }
 
-# made_up: files that the system makes up as they are read, with a size that reads as 0.
+# made_up: lists files that the system generates as they are read. They report the size 0.
 made_up() {
     local file
     for file in /proc/filesystems /proc/crypto; do
@@ -46,7 +46,7 @@ made_up() {
     done
 }
 
-# command_line <program> <argument>...: it has help and refuses an unknown option and these arguments.
+# command_line <program> <argument>...: has help within 80 columns, and refuses an unknown option and these arguments.
 command_line() {
     run 0 "$1" --help
     grep -q '^Usage: ' stdout

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks file_transfer from outside. Usage: check_file_transfer.sh PROGRAM_FOLDER TEXT_FILE
+# Checks file_transfer from outside. Usage: check_file_transfer.sh PROGRAM_DIRECTORY TEXT_FILE
 text=$(realpath -- "$2")
 # shellcheck source=examples/check_interrupted.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/check_interrupted.sh"
@@ -7,7 +7,7 @@ text=$(realpath -- "$2")
 . "$(dirname -- "${BASH_SOURCE[0]}")/check_common.sh"
 
 : >empty
-head -c 262144 /dev/urandom >piece  # as much as one message holds
+head -c 262144 /dev/urandom >piece  # one full message
 head -c 5000001 /dev/urandom >pieces
 for source in empty piece pieces "$text" "$bin/file_transfer"; do
     succeed "^$(stat -L -c %s "$source") bytes in " file_transfer "$source" target

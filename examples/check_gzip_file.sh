@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks gzip_file from outside. Usage: check_gzip_file.sh PROGRAM_FOLDER TEXT_FILE
+# Checks gzip_file from outside. Usage: check_gzip_file.sh PROGRAM_DIRECTORY TEXT_FILE
 text=$(realpath -- "$2")
 # shellcheck source=examples/check_common.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/check_common.sh"
@@ -9,7 +9,7 @@ head -c 1000000 /dev/urandom >random
 for file in empty random "$text"; do
     run 0 gzip_file compress "$file" packed
     gzip -dc packed | cmp - "$file"
-    gzip -c "$file" | cat - packed >twice  # a file of gzip may have several parts
+    gzip -c "$file" | cat - packed >twice  # a gzip file may have several parts
     run 0 gzip_file expand twice unpacked
     cat "$file" "$file" | cmp - unpacked
 done

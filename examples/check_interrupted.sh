@@ -1,7 +1,8 @@
 # shellcheck shell=bash
 # Sourced, with check_common.sh, by the checks of the programs that start a second process.
 
-# For builds with ThreadSanitizer. A process that ends because the other one is gone does not wait for its channel's thread.
+# For builds with ThreadSanitizer: a process that ends because the other one has gone does not wait for its channel's
+# thread.
 TSAN_OPTIONS="${TSAN_OPTIONS-} report_thread_leaks=0"
 TSAN_OPTIONS+=" suppressions='$(realpath -- "$(dirname -- "${BASH_SOURCE[0]}")")/tsan_suppressions.txt'"
 export TSAN_OPTIONS
@@ -20,7 +21,7 @@ no_pipes() { [ -z "$(ls -A tmp)" ]; }
 is_gone() { [ ! -e "/proc/$1/status" ] || grep -qs '^State:[[:space:]]*Z' "/proc/$1/status"; }
 
 # interrupt <moment> <victim> <signal> <exit status> <program> <argument>...: sends the signal to the first or second
-# process, at_once or when_connected. Both end, the program with this status, and nothing is left behind.
+# process, at_once or when_connected. Both end, the program exits with this status, and no file is left behind.
 interrupt() {
     local status=0 child=''
     "$bin/$5" "${@:6}" >stdout 2>stderr &
@@ -36,7 +37,7 @@ interrupt() {
     nothing_left
 }
 
-# interrupt_stuck <signal> <program> <argument>...: both end although nobody takes the report of what has happened.
+# interrupt_stuck <signal> <program> <argument>...: both end even if nothing reads their error messages.
 interrupt_stuck() {
     local status=0 child=''
     mkfifo full
@@ -55,7 +56,7 @@ interrupt_stuck() {
     nothing_left
 }
 
-# interrupt_all <program> <argument>...: in all ways. What the program is given to do must last longer than the check.
+# interrupt_all <program> <argument>...: interrupts it in all ways. Its work must take longer than the check.
 interrupt_all() {
     local moment signal
     for moment in at_once when_connected; do

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks message_exchange from outside. Usage: check_message_exchange.sh PROGRAM_FOLDER TEXT_FILE
+# Checks message_exchange from outside. Usage: check_message_exchange.sh PROGRAM_DIRECTORY TEXT_FILE
 text=$(realpath -- "$2")
 # shellcheck source=examples/check_interrupted.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/check_interrupted.sh"
@@ -17,7 +17,7 @@ succeed '^4 messages with 8 bytes' message_exchange lines
 succeed '^3 messages with 6 bytes' message_exchange binary
 succeed '^1 messages with 20000000 bytes' message_exchange long
 
-# The log shows each step, and that the two take leave of each other without trouble. A terminal shows progress.
+# The log shows each step, and neither an error nor a warning at the end. A terminal shows progress.
 run 0 message_exchange --verbose lines
 grep -q ' bytes have been read' stderr
 if grep '^[EW]' stderr; then false; fi

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks silent_peer from outside. Usage: check_silent_peer.sh PROGRAM_FOLDER
+# Checks silent_peer from outside. Usage: check_silent_peer.sh PROGRAM_DIRECTORY
 # shellcheck source=examples/check_common.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/check_common.sh"
 

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Checks socket_messages from outside. Usage: check_socket_messages.sh PROGRAM_FOLDER TEXT_FILE
+# Checks socket_messages from outside. Usage: check_socket_messages.sh PROGRAM_DIRECTORY TEXT_FILE
 text=$(realpath -- "$2")
 # shellcheck source=examples/check_common.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/check_common.sh"
 
-# listen <address> [<option>...]: starts the program that listens; $address is where it can be reached.
+# listen <address> [<option>...]: starts a listener and sets $address to where clients can reach it.
 listen() {
     : >listening
     timeout 100 "$bin/socket_messages" "$@" >listening 2>complaint &
@@ -14,7 +14,7 @@ listen() {
         sleep 0.01
     done
 }
-# ends <exit status> <text>: so does the one that listens.
+# ends <exit status> <text>: waits for the listener, which must exit with this status and print the text.
 ends() {
     local status=0
     wait "$listener" || status=$?
@@ -29,7 +29,7 @@ for place in unix:socket tcp:127.0.0.1:0; do
     [ ! -e socket ]
 done
 
-# A line that is too long; then what peers say that are of the other byte order, killed while they write, or just gone.
+# A line that is too long; then peers that have the other byte order, are killed while they write, or just leave.
 head -c 1000000 /dev/zero >long
 listen unix:socket
 refuse 'the other side is gone' socket_messages "$address" long
@@ -48,7 +48,7 @@ END
 refuse 'No such file or directory' socket_messages unix:none "$text"
 refuse 'none: .*: No such file or directory' socket_messages unix:none none
 
-# Addresses that are none.
+# Wrong addresses.
 while read -r wrong reason; do
     run 2 socket_messages "$wrong"
     grep -q -- "$reason" stderr
@@ -65,8 +65,8 @@ tcp:localhost:http      the port is not a number from 0 to 65535
 unix:                   has no path
 END
 
-# Only this user may connect. A listener that was killed leaves its file, which the next one replaces. One that lives is
-# not replaced and does not notice, and neither is a file of another kind.
+# Only this user may connect. A listener that was killed leaves its file, which the next one replaces. The file of a
+# running listener, which does not notice the attempt, and a file of another kind are not replaced.
 stop() {
     kill "-$1" "$listener"
     wait "$listener" 2>/dev/null || true
@@ -93,7 +93,7 @@ echo kept >file
 refuse 'Address already in use' socket_messages unix:file
 [ "$(cat file)" = kept ]
 
-# Clients that say nothing, or only a part of a message, keep nobody out.
+# Clients that send nothing, or only a part of a message, do not block others.
 listen tcp:127.0.0.1:0 --patience 1
 exec 5<>"/dev/tcp/127.0.0.1/${address##*:}"
 exec 6<>"/dev/tcp/127.0.0.1/${address##*:}"

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Checks std_streams from outside. Usage: check_std_streams.sh PROGRAM_FOLDER TEXT_FILE
+# Checks std_streams from outside. Usage: check_std_streams.sh PROGRAM_DIRECTORY TEXT_FILE
 text=$(realpath -- "$2")
 # shellcheck source=examples/check_common.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/check_common.sh"
 
 filter() { timeout 100 "$bin/std_streams"; }
 
-# complain <text>: with the input and output that it has, the filter fails, with the text in the only line on stderr.
+# complain <text>: the filter fails with its present input and output, and one line on stderr, which has the text.
 complain() {
     local status=0
     filter 2>stderr || status=$?
@@ -23,7 +23,7 @@ for file in empty ragged random "$text" "$bin/std_streams"; do
     run 0 std_streams <"$file"
     [ ! -s stderr ]
     cmp stdout expected
-    # shellcheck disable=SC2002 # a pipe is what is to be tested
+    # shellcheck disable=SC2002 # this tests a pipe
     cat "$file" | filter | cmp - expected
 done
 
@@ -40,7 +40,7 @@ printf '1 one\n2 two\n' | cmp - answers
 exec 6>&-
 wait $!
 
-# A named pipe whose writer has left.
+# A named pipe whose writer has gone.
 mkfifo fifo
 exec 8<>fifo
 exec 9<fifo
@@ -49,12 +49,12 @@ exec 8>&-
 run 0 std_streams <&9
 printf '     1\tleft\n' | cmp - stdout
 
-# A reader that leaves ends the filter like any other one: without a word.
+# When its reader goes, the filter ends as others do: by the signal, without a message.
 { yes || true; } | { filter 2>stderr || echo $? >status; } | head -n 1 | grep -q y
 [ "$(cat status)" -eq 141 ]
 [ ! -s stderr ]
 
-# In a group of commands the next one goes on where the filter has stopped.
+# In a group of commands the next one continues where the filter has stopped.
 {
     filter
     cat

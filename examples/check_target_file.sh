@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Checks how the programs make their files. Usage: check_target_file.sh PROGRAM_FOLDER TEXT_FILE
+# Checks how the programs write their files. Usage: check_target_file.sh PROGRAM_DIRECTORY TEXT_FILE
 text=$(realpath -- "$2")
 # shellcheck source=examples/check_common.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/check_common.sh"
 
 rights() { stat -c '%a %u %g' -- "$1"; }
 
-# fail_always <call> <command>...: runs a command whose programs cannot make this call, see Faults/FailCalls.cpp.
+# fail_always <call> <command>...: runs a command in whose programs this call fails, see Faults/FailCalls.cpp.
 fail_always() {
     export FAULT_ALWAYS=$1 LD_PRELOAD=$bin/kitio_fail_calls.so
     ASAN_OPTIONS="${ASAN_OPTIONS-}:verify_asan_link_order=0" "${@:2}"
@@ -15,7 +15,7 @@ fail_always() {
 
 pack() { succeed ' bytes' bit_pack pack "$text" "$1"; }
 
-# make_files <whether this user may give files away>: what is written has the rights that it should have.
+# make_files <yes or no: may this user give files away>: each written file has the right permissions.
 make_files() {
     local mode
     for mode in 022 077 002 027; do
@@ -54,7 +54,7 @@ make_files "$may_give"
 fail_always nameless make_files "$may_give"
 fail_always close refuse_close
 
-# Who may not give a file away leaves no group with more than everybody has.
+# If the user may not give files away, the group gets no more rights than all others.
 if [ "$may_give" = yes ] && command -v setpriv >/dev/null &&
     setpriv --reuid=65534 --regid=65534 --clear-groups test -x "$bin/bit_pack"; then
     chmod 755 .
@@ -76,7 +76,7 @@ if [ "$may_give" = yes ] && command -v setpriv >/dev/null &&
 END
 fi
 
-# A link stands for the file that it points to, whether that exists or not.
+# A link is followed to the file that it points to, whether that exists or not.
 mkdir there
 ln -s there/file link
 ln -s link chain

@@ -1,9 +1,9 @@
 // Copies a file from one process to another over a pair of named pipes. The sender reads it with a file input stream
-// and sends it in pieces, the receiver writes these to a file that has no name yet. Both digest the bytes; only when
-// the digests agree does the receiver give the new file its name.
+// and sends it in pieces, and the receiver writes them to a file that has no name yet. Both compute the MD5 digest;
+// only if the digests agree does the receiver give the new file its name.
 //
-// Support/Connection shows how pipes become a channel and how messages are received, Support/TwoProcesses how the
-// second process is started and what happens when one of the two fails.
+// Support/Connection shows how two pipes become a channel and how to receive messages, Support/TwoProcesses how to
+// start the second process and what happens if either one fails.
 
 #include <chrono>
 #include <filesystem>
@@ -33,22 +33,21 @@ using Examples::Kind;
 namespace fs = std::filesystem;
 
 constexpr char kDescription[] =
-    "Starts a second process and sends it the file INPUT over a named pipe; the\n"
-    "second process writes OUTPUT. Both digest all bytes with MD5, and the digests\n"
-    "are compared. Prints the digest as md5sum does, the number of bytes and the\n"
-    "throughput. OUTPUT gets its name, or is replaced, only when all of INPUT has\n"
-    "arrived.";
+    "Copies the file INPUT to OUTPUT by way of a second process, over named pipes.\n"
+    "Compares the MD5 digests of what was sent and received. Prints the digest as\n"
+    "md5sum does, the number of bytes and the throughput. OUTPUT is created or\n"
+    "replaced only if all of INPUT has arrived.";
 constexpr char kExitStatus[] =
-    "The named pipes are in the directory that the variable TMPDIR names, or in /tmp,\n"
-    "until both are open.\n"
+    "Creates the named pipes in $TMPDIR, by default /tmp, and removes them as soon as\n"
+    "both are open.\n"
     "Exits with status 0 if OUTPUT was written, with 1 after a failure and with 2 if\n"
     "the command line is wrong.";
 
-/// Large enough that the frames cost nothing, small enough to be no burden: each process holds it a few times.
+/// Large enough that the frame headers cost nothing, small enough for memory: each process holds a few pieces.
 constexpr ioSize kPieceSize = 256UL * 1024;
 
-/// The MD5 digest of bytes that come in pieces, the same as of all of them at once. The library digests what is in
-/// memory as a whole, which a file of any size is not.
+/// The MD5 digest of bytes that come in pieces. The library computes it only for data that is in memory as a whole,
+/// which a large file is not.
 class Md5Stream
 {
 public:
@@ -85,7 +84,7 @@ struct Totals
     MD5Digest digest;
 };
 
-/// The first process: sends the file, compares the digests and allows the receiver to keep what it has.
+/// The first process: sends the file, compares the digests and allows the receiver to keep its file.
 Totals SendFile(IDataChannel& channel, const std::string& source, const std::string& target)
 {
     Examples::FileReader file(source);
@@ -119,7 +118,7 @@ Totals SendFile(IDataChannel& channel, const std::string& source, const std::str
     return totals;
 }
 
-/// The second process: writes what arrives, answers with its digest, and keeps the file when told to.
+/// The second process: writes what arrives, answers with its digest, and keeps the file if the sender confirms it.
 void ReceiveFile(IDataChannel& channel, Examples::TargetFile& target)
 {
     Md5Stream md5;
@@ -135,7 +134,7 @@ void ReceiveFile(IDataChannel& channel, Examples::TargetFile& target)
     const MD5Digest digest = md5.Finish("");
     channel.Write(digest.bytes.data(), digest.bytes.size());
     inbox.Receive(message);
-    if (Kind(message[0]) != Kind::Keep)  // no sender of ours says anything else
+    if (Kind(message[0]) != Kind::Keep)  // our sender sends nothing else
     {
         throw Examples::PeerGone();
     }
@@ -154,8 +153,8 @@ Totals RunBoth(const std::string& source, const std::string& targetName)
 
 void Transfer(const std::string& source, const std::string& targetName)
 {
-    // What cannot work is reported before anything is started. The file is opened again later, since the second process
-    // would inherit what is open now.
+    // Errors in the arguments are reported before anything is started. The file is opened again later, since the second
+    // process would inherit what is open now.
     static_cast<void>(Examples::FileReader(source));
     if (fs::exists(targetName) && fs::equivalent(source, targetName))
     {

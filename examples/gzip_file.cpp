@@ -1,4 +1,4 @@
-// A file is compressed or expanded by a filter of Boost.Iostreams, which reads and writes the library's streams.
+// Compresses or expands a file with a filter of Boost.Iostreams that reads and writes the library's streams.
 
 #include <iostream>
 #include <stdexcept>
@@ -22,16 +22,16 @@ namespace io = boost::iostreams;
 using Tarsel::Core::ioSize;
 
 constexpr char kDescription[] =
-    "Compresses the file INPUT in the format of gzip, or expands it again. OUTPUT\n"
-    "gets its name, or is replaced, only when all has gone well.";
+    "Compresses the file INPUT in gzip's format, or expands it again.\n"
+    "OUTPUT is created or replaced only if everything succeeds.";
 constexpr char kExitStatus[] =
     "Exits with status 0 if OUTPUT was written, with 1 after a failure and with 2 if\n"
     "the command line is wrong.";
 
 // NOLINTBEGIN(readability-identifier-naming): Boost.Iostreams looks for these names
 
-/// What a filter reads from. Boost.Iostreams copies its devices, so they only point to what they work on; that could be
-/// any input stream of the library.
+/// What a filter reads from. Boost.Iostreams copies its devices, so they only point to a stream, which could be any
+/// input stream of the library.
 struct Source
 {
     using char_type = char;
@@ -46,7 +46,7 @@ struct Source
     Examples::FileReader* input;
 };
 
-/// What it writes to: it takes all that it is given, or throws.
+/// What a filter writes to. It writes everything or throws.
 struct Sink
 {
     using char_type = char;

@@ -1,8 +1,8 @@
 // Two processes exchange messages over a pair of named pipes. The first one sends each line of a file, the second one
-// answers with the MD5 digest of what it got, and the first one checks the answers.
+// answers with the MD5 digest of what it received, and the first one checks the answers.
 //
-// This file says what is said. Support/Connection shows how pipes become a channel and how messages are received,
-// Support/TwoProcesses how the second process is started and what happens when one of the two fails.
+// This file has the conversation itself. Support/Connection shows how two pipes become a channel and how to receive
+// messages, Support/TwoProcesses how to start the second process and what happens if either one fails.
 
 #include <algorithm>
 #include <chrono>
@@ -28,18 +28,17 @@ using namespace Tarsel::Core;
 using Examples::Kind;
 
 constexpr char kDescription[] =
-    "Starts a second process and sends it each line of FILE as a message over a named\n"
-    "pipe. The second process answers each message with the MD5 digest of what it\n"
-    "got, and every answer is checked. Prints the number of messages and bytes and\n"
-    "the time that it took. Lines may be empty or long and contain any bytes; each\n"
-    "has to fit into memory.";
+    "Sends each line of FILE to a second process, which answers with its MD5 digest.\n"
+    "The messages go over named pipes, and every answer is checked. Prints the number\n"
+    "of messages and bytes and the time. Lines may be empty or long and contain any\n"
+    "bytes; each must fit into memory.";
 constexpr char kExitStatus[] =
-    "The named pipes are in the directory that the variable TMPDIR names, or in /tmp,\n"
-    "until both are open.\n"
+    "Creates the named pipes in $TMPDIR, by default /tmp, and removes them as soon as\n"
+    "both are open.\n"
     "Exits with status 0 if every answer was right, with 1 after a failure and with 2\n"
     "if the command line is wrong.";
 
-/// Reads a file as messages, one for each line. A line keeps its newline, so that the last line may go without.
+/// Reads a file as messages, one for each line. A line keeps its newline; the last line may have none.
 class LineReader
 {
 public:
@@ -47,7 +46,7 @@ public:
 
     ioSize FileSize() const { return m_file.Size(); }
 
-    /// Makes a message of the next line. Returns false if there is none.
+    /// Reads the next line as a message. Returns false at the end of the file.
     bool Next(std::vector<uint8_t>& message)
     {
         message.assign(1, static_cast<uint8_t>(Kind::Data));
@@ -95,7 +94,7 @@ Totals SendLines(IDataChannel& channel, const std::string& path)
     {
         channel.Write(message.data(), message.size());
 
-        // All answers have the same length, so that they can be waited for without a handler.
+        // All answers have the same length, so no handler is needed to wait for them.
         MD5Digest answer;
         channel.Read(answer.bytes.data(), answer.bytes.size());
         ++totals.messages;
@@ -125,7 +124,7 @@ void AnswerLines(IDataChannel& channel)
 
 void Exchange(const std::string& path)
 {
-    // A file that cannot be read is reported before anything is started. It is opened again later, since the second
+    // A file that cannot be opened is reported before anything is started. It is opened again later, since the second
     // process would inherit what is open now.
     static_cast<void>(Examples::FileReader(path));
 
@@ -145,7 +144,7 @@ int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
 {
     CLI::App app(kDescription);
     std::string file = KITIO_README;
-    app.add_option("FILE", file, "the file to send, by default the README of the project");
+    app.add_option("FILE", file, "the file to send (default: the README of the project)");
     app.footer(kExitStatus);
     return Examples::RunProgram(app, argc, argv, [&] { Exchange(file); });
 }

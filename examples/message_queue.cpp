@@ -1,5 +1,6 @@
-// A queue behind the handler of a channel: messages are taken off the channel as they come, and wait until somebody has
-// time for them. So a sender is held up only when the queue is full, and a channel's message never stays in its way.
+// A queue behind the handler of a channel: messages are read from the channel as they arrive and wait in the queue
+// until a thread takes them. So a sender has to wait only if the queue is full, and no pending message blocks the
+// channel.
 
 #include <array>
 #include <condition_variable>
@@ -33,25 +34,25 @@ constexpr ioSize kCount = 1000;
 constexpr std::size_t kCapacity = 16;
 
 constexpr char kDescription[] =
-    "Sends 1000 messages over a socket to a queue that holds 16 of them, and checks\n"
-    "what comes out of it.";
+    "Sends 1000 messages over a socket to a queue behind a channel's handler.\n"
+    "The queue holds 16 of them. Checks what it delivers.";
 constexpr char kExitStatus[] =
-    "Exits with status 0 if all came in their order, with 1 after a failure and with\n"
-    "2 if the command line is wrong.";
+    "Exits with status 0 if all arrived in order, with 1 after a failure and with 2\n"
+    "if the command line is wrong.";
 
-/// Three threads meet here: the channel's own announces, a worker fetches, and whoever wants to takes.
+/// Three threads share it: the channel's own thread announces messages, a worker reads them, and any other takes them.
 class MessageQueue : public IDataAvailableHandler
 {
 public:
-    /// The channel is locked meanwhile: the handler may call its Write, but neither its Read, nor IsDataAvaliable, nor
-    /// SetDataAvailableHandler, and must not drop the last reference. So it only takes a note. One is enough: the
-    /// channel fetches no further message before this one has been read.
+    /// Called with the channel locked: the handler may call Write, but not Read, IsDataAvaliable or
+    /// SetDataAvailableHandler, and must not drop the last reference. So it only stores the size. One variable is
+    /// enough: the channel does not fetch another message before this one has been read.
     void OnDataAvailable(ioSize size) override
     {
         Change([&] { m_announced = size; });
     }
 
-    /// When the channel's input has failed, this is where its exception is handled.
+    /// If the channel's input has failed, its exception is current here.
     void OnEnd(FrameEnd /*why*/)
     {
         Change(
@@ -62,7 +63,7 @@ public:
             });
     }
 
-    /// The worker: fetches what is announced, while there is room. An empty message marks the end.
+    /// The worker: reads announced messages while there is room. At the end it stores an empty vector.
     void Work(IDataChannel& channel)
     {
         try
@@ -76,7 +77,8 @@ public:
         }
     }
 
-    /// Waits for the next message, whoever has time for it. It is empty at the end, and when the worker has failed.
+    /// Waits for the next message. Any thread may call it. Returns an empty one at the end and if the worker has
+    /// failed.
     Message Take()
     {
         std::unique_lock<std::mutex> lock(m_mutex);
@@ -134,13 +136,13 @@ private:
     bool m_broken = false;
 };
 
-/// Of all lengths that pass, and different from its neighbours.
+/// The messages have all kinds of lengths up to the limit, and each differs from the one before.
 Message MakeMessage(ioSize number)
 {
     return Message(1 + number * 7919 % kLongestMessage, static_cast<uint8_t>(number));
 }
 
-/// The other side, which could be another process. Its end closes the connection.
+/// The other side, which could be another process. When it returns, the connection is closed.
 void SendMessages(int socket)
 {
     const Examples::ByteStreams streams = Examples::Split(socket);
@@ -152,10 +154,10 @@ void SendMessages(int socket)
         const Message message = MakeMessage(number);
         isThere = channel->Write(message.data(), message.size()) == message.size();
     }
-    channel->Write(nullptr, 0);  // a farewell, which ends the other side's reading
+    channel->Write(nullptr, 0);  // the empty frame, which ends the other side's reading
 }
 
-/// The channel alone has the socket then, and closes it.
+/// Makes a channel that owns the socket and closes it.
 SP<IDataChannel> Connect(int socket, MessageQueue& queue)
 {
     const Examples::ByteStreams streams = Examples::Split(socket);
@@ -174,7 +176,7 @@ void Run()
     MessageQueue queue;
     SP<IDataChannel> channel = Connect(sockets[1], queue);
     channel->SetDataAvailableHandler(&queue);
-    const uint8_t ready = 1;  // what came before the handler was there would not be announced
+    const uint8_t ready = 1;  // a message that arrives before the handler is installed is not announced
     channel->Write(&ready, sizeof(ready));
     auto worker = std::async(std::launch::async, [&] { queue.Work(*channel); });
 
@@ -184,14 +186,14 @@ void Run()
     {
         right += message == MakeMessage(taken++) ? 1 : 0;
     }
-    worker.get();     // throws what it, or the channel's input, may have failed with
-    channel.reset();  // a sender that still waits for somebody to read does so no longer
+    worker.get();     // rethrows the failure of the worker or of the channel's input
+    channel.reset();  // a sender that is still blocked in a write returns
     sender.get();
     if (right != kCount || taken != kCount)
     {
         throw std::runtime_error("of " + std::to_string(taken) + " messages " + std::to_string(right) + " are right");
     }
-    std::cout << taken << " messages came in their order\n";
+    std::cout << taken << " messages arrived in order\n";
 }
 
 }  // namespace

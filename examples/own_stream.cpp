@@ -1,4 +1,5 @@
-// A stream class of a program. Joins two strings to one input, and ends with status 1 unless it reads as one.
+// A program with its own stream class. It joins two strings into one input and exits with status 1 unless the input
+// reads as one text.
 
 #include <iostream>
 #include <string>
@@ -13,7 +14,7 @@ using Tarsel::RefCounted;
 using Tarsel::SP;
 using namespace Tarsel::Core;
 
-/// Reads one input to its end, and then another one.
+/// Reads one input to its end, then a second one.
 class JoinedInput : public RefCounted<IByteDataInput>
 {
 public:

@@ -1,4 +1,4 @@
-// Packs three numbers into 3 bytes, reads them back, and shows what an error tells.
+// Packs three numbers into 3 bytes, reads them back, and prints what an exception carries.
 
 #include <iostream>
 #include <string>
@@ -23,7 +23,7 @@ int main()
     DataBitInput reader(stream);
     std::cout << reader.ReadBits(3) << ' ' << reader.ReadBits(7) << ' ' << reader.ReadBits(8);
     {
-        // Threads that share a stream do this; here there is only one.
+        // Threads that share a stream hold this lock; here there is only one thread.
         const Tarsel::AutoLock guard(stream.get());
         stream->SetPosition(0);
         const std::string content = StreamToBufferString(stream.get());

@@ -1,4 +1,5 @@
-// The recipes of docs/safety.md at work on real pipes and processes. Prints a line for each claim that it has proved.
+// Runs the recipes of docs/pipes.md and docs/peers.md on real pipes and processes. Prints a line for each claim that it
+// has proved.
 
 #include <algorithm>
 #include <atomic>
@@ -34,15 +35,22 @@ namespace
 using Tarsel::SP;
 using namespace Tarsel::Core;
 
-constexpr ioSize kLongest = 1000;  // of all messages, in bytes
+constexpr char kDescription[] =
+    "Runs the recipes for named pipes and unreliable peers on real processes.\n"
+    "Prints a line for each claim that it has proved.";
+constexpr char kExitStatus[] =
+    "Exits with status 0 if every claim is true, with 1 after a failure and with 2 if\n"
+    "the command line is wrong.";
 
-/// Returns the result of a system call, or throws what `errno` says when that is -1.
+constexpr ioSize kLongest = 1000;  // the longest message, in bytes
+
+/// Returns the result of a system call. If that is -1, throws the error in `errno`.
 int Check(int result, const std::string& what)
 {
     return result != -1 ? result : throw std::system_error(errno, std::generic_category(), what);
 }
 
-/// Makes a folder that only this user can enter (0700), under a name that was free.
+/// Makes a new directory that only this user can enter (0700) and returns its path.
 std::string MakeOwnFolder()
 {
     std::string path = std::filesystem::temp_directory_path() / "pipes.XXXXXX";
@@ -50,21 +58,21 @@ std::string MakeOwnFolder()
     return path;
 }
 
-/// Makes a FIFO that only this user can open. Names are proposals: for one that is taken another one is asked.
-std::string MakeFifo(const std::string& folder, const std::function<std::string()>& proposeName)
+/// Makes a FIFO that only this user can open. Names are proposals: if one is taken, it asks for another one.
+std::string MakeFifo(const std::string& directory, const std::function<std::string()>& proposeName)
 {
     std::string path;
     int made = 0;
     do
     {
-        path = folder + '/' + std::filesystem::path(proposeName()).filename().string();
+        path = directory + '/' + std::filesystem::path(proposeName()).filename().string();
         made = ::mkfifo(path.c_str(), 0600);
     } while (made == -1 && errno == EEXIST);
     Check(made, path);
     return path;
 }
 
-/// Whether `path` itself, not what a link leads to, is of this type and open to this user alone.
+/// Returns whether `path` itself, not the target of a link, has this type and is open to this user alone.
 bool IsOurs(const std::string& path, mode_t type)
 {
     struct stat status = {};
@@ -72,7 +80,7 @@ bool IsOurs(const std::string& path, mode_t type)
            (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
 }
 
-/// Starts a program that gets the standard streams and no other descriptor, and that SIGPIPE ends as usual.
+/// Starts a program with the standard streams, no other descriptor, and the default action for SIGPIPE.
 pid_t SpawnClean(char* const* words)
 {
     sigset_t restored;
@@ -94,8 +102,8 @@ pid_t SpawnClean(char* const* words)
     return child;
 }
 
-/// Forks a child that does without what it inherits: it closes all of it, releases no object and never returns. It may
-/// do only what a signal handler may, since locks of threads that it lacks stay locked.
+/// Forks a child that uses nothing that it inherits: it closes all descriptors, destroys no object and never returns.
+/// It may do only what a signal handler may, since locks that other threads held stay locked in it.
 pid_t ForkClean()
 {
     const pid_t child = Check(::fork(), "fork");
@@ -108,14 +116,14 @@ pid_t ForkClean()
     return child;
 }
 
-/// Takes the place of a FIFO's one writer. Returns the descriptor that holds it, or -1 while somebody else does.
+/// Claims the place of a FIFO's only writer. Returns the descriptor that holds it, or -1 if another process holds it.
 int ClaimWriter(const std::string& fifo)
 {
     const int lock = Check(::open((fifo + ".writer").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600), fifo);
     return ::flock(lock, LOCK_EX | LOCK_NB) == 0 ? lock : (::close(lock), -1);
 }
 
-/// Frees a writer whose peer does not read: takes what stands in the FIFO, and lets it be lost.
+/// Frees a writer whose peer does not read: empties the FIFO and discards its bytes.
 void Drain(const std::string& fifo, const std::future<ioSize>& writer)
 {
     const int end = Check(::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC), fifo);
@@ -126,7 +134,7 @@ void Drain(const std::string& fifo, const std::future<ioSize>& writer)
     ::close(end);
 }
 
-/// Ends the reading of a channel whose peer is silent: puts an empty frame into the FIFO that the channel reads.
+/// Ends the reading of a channel whose peer is silent: writes an empty frame to the FIFO that the channel reads.
 bool EndReading(const std::string& fifo)
 {
     const ioSize empty = 0;
@@ -136,20 +144,20 @@ bool EndReading(const std::string& fifo)
     return written;
 }
 
-/// The two FIFOs of one connection. No second sender gets their names: what a sender that was killed has left in a FIFO
-/// would become a part of the next one's messages.
+/// The two FIFOs of one connection. No second sender gets their names: if a sender is killed, the bytes that it leaves
+/// in a FIFO would become part of the next sender's messages.
 struct Connection
 {
     std::string toReceiver;
     std::string toSender;
 };
 
-Connection MakeConnection(const std::string& folder)
+Connection MakeConnection(const std::string& directory)
 {
-    return {MakeFifo(folder, &GeneratePipeName), MakeFifo(folder, &GeneratePipeName)};
+    return {MakeFifo(directory, &GeneratePipeName), MakeFifo(directory, &GeneratePipeName)};
 }
 
-/// Waits for the sender, which opens the two in the same order.
+/// Waits for the sender, which opens the two FIFOs in the same order.
 SP<IDataChannel> Accept(const Connection& connection, bool threaded)
 {
     const SP<IByteDataInput> input = DataInputPipe::Create(connection.toReceiver, false);
@@ -157,21 +165,21 @@ SP<IDataChannel> Accept(const Connection& connection, bool threaded)
     return CommunicationChannel::Create(GuardedFrameInput::Create(input, kLongest, nullptr), output, threaded);
 }
 
-/// For the time when the channel is gone.
+/// Removes the FIFOs; call it after the channel is destroyed.
 void Remove(const Connection& connection)
 {
     ::unlink(connection.toReceiver.c_str());
     ::unlink(connection.toSender.c_str());
 }
 
-/// The length that a handler was last called with. The reader sets it to 0.
+/// Stores the length that the handler was last called with. The reader sets it back to 0.
 struct Note : IDataAvailableHandler
 {
     void OnDataAvailable(ioSize size) override { length = size; }
     std::atomic<ioSize> length{0};
 };
 
-/// Installs the handler of a channel whose peer may have sent already. Returns the message that is there, or nothing.
+/// Installs the handler of a channel whose peer may have sent already. Returns the pending message, or an empty string.
 std::string InstallHandler(IDataChannel& channel, Note& note)
 {
     channel.SetDataAvailableHandler(&note);
@@ -185,9 +193,9 @@ std::string InstallHandler(IDataChannel& channel, Note& note)
     return message;
 }
 
-// The rest proves that these do what they say, and why they are needed.
+// The rest proves that the functions above work, and why they are needed.
 
-/// Ends this process in a moment unless it gets on. What is not true may well hang, and so may a call that fails.
+/// Ends this process after 4 seconds without progress. A claim that is not true, or a failed call, may make it hang.
 void ExpectProgress()
 {
     ::alarm(4);
@@ -199,7 +207,7 @@ void Require(bool proof, const char* claim)
     std::cout << (proof ? claim : throw std::runtime_error(std::string("not true: ") + claim)) << std::endl;
 }
 
-/// Both ends of a FIFO. Each waits in its Create for the other one.
+/// Both ends of a FIFO. The Create of each waits for the other end.
 struct Ends
 {
     SP<IByteDataOutput> output;
@@ -218,7 +226,7 @@ SP<IDataChannel> Listen(const SP<IByteDataInput>& input)
     return CommunicationChannel::Create(input, DataOutputString::Create(&unused), true);
 }
 
-/// Runs a script by the recipe or plainly, and returns how it ended as `waitpid` tells it.
+/// Runs a script by the recipe (`clean`) or without it, and returns its status as `waitpid` reports it.
 int RunShell(std::string script, bool clean, std::string argument = "")
 {
     std::string shell = "/bin/sh";
@@ -231,18 +239,18 @@ int RunShell(std::string script, bool clean, std::string argument = "")
     return status;
 }
 
-void ProveNames(const std::string& folder)
+void ProveNames(const std::string& directory)
 {
-    const std::string planted = folder + "/planted";
+    const std::string planted = directory + "/planted";
     uint8_t byte = 0;
     DataOutputFile::Create(planted)->Write(&byte, 1);
     int asked = 0;
-    const std::string fifo = MakeFifo(folder, [&] { return ++asked == 1 ? planted : GeneratePipeName(); });
-    std::filesystem::create_symlink(fifo, folder + "/link");
+    const std::string fifo = MakeFifo(directory, [&] { return ++asked == 1 ? planted : GeneratePipeName(); });
+    std::filesystem::create_symlink(fifo, directory + "/link");
     Require(asked == 2 && fifo != planted, "A name that is taken is not used");
-    Require(DataInputPipe::Create(planted, false)->Read(&byte, 1) == 1, "A pipe opens whatever stands under its name");
-    Require(!IsOurs(planted, S_IFIFO) && !IsOurs(folder + "/link", S_IFIFO), "The check finds them");
-    Require(IsOurs(folder, S_IFDIR) && IsOurs(fifo, S_IFIFO), "The check passes the FIFO and its folder");
+    Require(DataInputPipe::Create(planted, false)->Read(&byte, 1) == 1, "A pipe opens any file that has its name");
+    Require(!IsOurs(planted, S_IFIFO) && !IsOurs(directory + "/link", S_IFIFO), "The check refuses a file and a link");
+    Require(IsOurs(directory, S_IFDIR) && IsOurs(fifo, S_IFIFO), "The check accepts the FIFO and its directory");
 }
 
 void ProveChildren(const std::string& fifo)
@@ -250,10 +258,10 @@ void ProveChildren(const std::string& fifo)
     Ends ends = Open(fifo);
     const std::string dieOfSignal = "kill -PIPE $$";
     const std::string holdNoPipe = "for f in /proc/$$/fd/[3-9] /proc/$$/fd/??*; do [ ! -p $f ] || exit 1; done";
-    Require(RunShell(dieOfSignal, false) == 0, "A program that is started plainly ignores SIGPIPE");
+    Require(RunShell(dieOfSignal, false) == 0, "A program started without the recipe ignores SIGPIPE");
     Require(RunShell(holdNoPipe, false) != 0, "It also holds the ends of the pipes");
-    Require(WTERMSIG(RunShell(dieOfSignal, true)) == SIGPIPE, "By the recipe it is ended by SIGPIPE");
-    Require(RunShell(holdNoPipe, true) == 0, "By the recipe it holds no pipe");
+    Require(WTERMSIG(RunShell(dieOfSignal, true)) == SIGPIPE, "With the recipe, SIGPIPE ends it");
+    Require(RunShell(holdNoPipe, true) == 0, "With the recipe, it holds no pipe");
     const pid_t child = ForkClean();
     ends.output = nullptr;
     uint8_t byte = 0;
@@ -261,7 +269,7 @@ void ProveChildren(const std::string& fifo)
     ::waitpid(child, nullptr, 0);
 }
 
-/// The last of `count` messages of 10 bytes, from a sender that is killed after it has sent `bytes`.
+/// Returns the last of `count` messages of 10 bytes, from a sender that is killed after it has sent `bytes`.
 std::string LastMessage(const std::string& fifo, const std::string& bytes, int count)
 {
     auto sender =
@@ -278,18 +286,19 @@ std::string LastMessage(const std::string& fifo, const std::string& bytes, int c
 void ProveMessages(const std::string& fifo)
 {
     const std::string ten = R"(\012\000\000\000\000\000\000\000)";
-    Require(LastMessage(fifo, ten + "abcd", 1) == std::string("abcd\0\0\0\0\0\0", 10), "A cut message ends in zeros");
-    Require(LastMessage(fifo, ten + "0123456789" + ten + "abcd", 2) == "abcd456789", "Or in bytes of an earlier one");
+    Require(LastMessage(fifo, ten + "abcd", 1) == std::string("abcd\0\0\0\0\0\0", 10), "A cut message ends with zeros");
+    Require(LastMessage(fifo, ten + "0123456789" + ten + "abcd", 2) == "abcd456789",
+            "Or with bytes of an earlier message");
     const Ends ends = Open(fifo);
-    const SP<IDataChannel> channel = Listen(ends.input);  // released at the end, before `ends`
-    Require(EndReading(fifo), "A program can send its own channel an empty frame: the peer is silent, this goes on");
+    const SP<IDataChannel> channel = Listen(ends.input);  // destroyed at the end, before `ends`
+    Require(EndReading(fifo), "A program can send its own channel an empty frame while the peer is silent");
 }
 
 void ProveWriters(const std::string& fifo)
 {
     Ends ends = Open(fifo);
     const int lock = ClaimWriter(fifo);
-    Require(lock != -1 && ClaimWriter(fifo) == -1, "The place of the one writer is taken once");
+    Require(lock != -1 && ClaimWriter(fifo) == -1, "Only one writer can claim the FIFO");
     ::close(lock);
     const SP<IByteDataOutput> second = DataOutputPipe::Create(fifo, false);
     SP<IDataChannel> channel = CommunicationChannel::Create(ends.input, second, false);
@@ -306,10 +315,10 @@ void ProveWriters(const std::string& fifo)
     Require(writer.get() == much.size(), "Draining the FIFO frees a writer whose peer does not read");
     writer = std::async(std::launch::async, write);
     ends.input = nullptr;
-    Require(writer.get() == 0, "So does the end of the last reader: 0 is returned, and no signal comes");
+    Require(writer.get() == 0, "So does the end of the last reader: Write returns 0, without a signal");
 }
 
-/// Waits for what another thread does at once.
+/// Waits for what another thread is about to do.
 void Await(const std::function<bool()>& condition)
 {
     while (!condition())
@@ -327,25 +336,26 @@ void ProveHandler(const std::string& fifo)
     Note note;
     send("early");
     Await([&] { return channel->IsDataAvaliable(); });
-    Require(InstallHandler(*channel, note) == "early", "A message that came before the handler is found");
+    Require(InstallHandler(*channel, note) == "early", "A message that arrived before the handler is found");
     send("reported");
     Await([&] { return note.length == 8; });
-    Require(InstallHandler(*channel, note) == "reported" && note.length == 0, "One that both report is read once");
-    Require(InstallHandler(*channel, note).empty(), "Where nothing has come there is nothing to read");
+    Require(InstallHandler(*channel, note) == "reported" && note.length == 0,
+            "A message that both report is read once");
+    Require(InstallHandler(*channel, note).empty(), "If no message has arrived, there is nothing to read");
     send("announced");
     Await([&] { return note.length == 9; });
     Require(note.length == 9, "From then on the handler is called");
     channel->SetDataAvailableHandler(nullptr);
 }
 
-/// A message of 100 bytes as it travels, all of which are `mark`.
+/// Returns the frame of a message of 100 bytes, all of which are `mark`.
 std::string FrameOf(char mark)
 {
     const ioSize size = 100;
     return std::string(reinterpret_cast<const char*>(&size), sizeof(size)) + std::string(size, mark);
 }
 
-/// Starts a sender that sends one message and is killed after the first bytes of another one.
+/// Starts a sender that sends one message and is killed after the first `cutAfter` bytes of another one.
 pid_t StartSender(const Connection& connection, char mark, std::size_t cutAfter)
 {
     const std::string bytes = FrameOf(mark) + FrameOf(mark).substr(0, cutAfter);
@@ -360,11 +370,11 @@ pid_t StartSender(const Connection& connection, char mark, std::size_t cutAfter)
     return child;
 }
 
-/// What came through a direct channel, up to its end.
+/// Counts the messages that arrived through a direct channel.
 struct Received
 {
     int whole = 0;
-    int mixed = 0;  // of two senders
+    int mixed = 0;  // with bytes of two senders
 };
 
 void Receive(IDataChannel& channel, Received& received)
@@ -377,9 +387,9 @@ void Receive(IDataChannel& channel, Received& received)
     }
 }
 
-void ProveThatOneFifoMixes(const std::string& folder)
+void ProveThatOneFifoMixes(const std::string& directory)
 {
-    const Connection connection = MakeConnection(folder);
+    const Connection connection = MakeConnection(directory);
     const pid_t killed = StartSender(connection, 'a', 50);
     const SP<IDataChannel> channel = Accept(connection, false);
     ::waitpid(killed, nullptr, 0);
@@ -387,11 +397,11 @@ void ProveThatOneFifoMixes(const std::string& folder)
     Received received;
     Receive(*channel, received);
     Remove(connection);
-    Require(received.mixed == 1, "A sender that takes over a FIFO completes the message of the one that was killed");
+    Require(received.mixed == 1, "A sender that reuses a FIFO completes the message of the one that was killed");
 }
 
-/// The next sender is there before anybody has looked at what the last one has left, which is cut at every place.
-void ProveThatFreshFifosDoNot(const std::string& folder)
+/// Each sender starts before the bytes that the last one left are read. Messages are cut at every possible place.
+void ProveThatFreshFifosDoNot(const std::string& directory)
 {
     constexpr int kSenders = 500;
     Received received;
@@ -401,7 +411,7 @@ void ProveThatFreshFifosDoNot(const std::string& folder)
     for (int i = 0; i != kSenders; ++i)
     {
         ExpectProgress();
-        const Connection connection = MakeConnection(folder);
+        const Connection connection = MakeConnection(directory);
         const std::size_t cutAfter = 1 + static_cast<std::size_t>(i) % (FrameOf('a').size() - 1);
         const pid_t sender = StartSender(connection, static_cast<char>('a' + i % 26), cutAfter);
         const SP<IDataChannel> channel = Accept(connection, false);
@@ -419,23 +429,23 @@ void ProveThatFreshFifosDoNot(const std::string& folder)
     Receive(*last, received);
     Remove(lastConnection);
     Require(killed == kSenders && received.whole == kSenders && received.mixed == 0,
-            "500 senders that are killed within a message mix none, each with FIFOs of its own");
+            "500 senders that are killed within a message mix none if each has its own FIFOs");
 }
 
-void ProveAll(const std::string& folder)
+void ProveAll(const std::string& directory)
 {
-    const std::string fifo = MakeFifo(folder, &GeneratePipeName);
-    ProveNames(folder);
+    const std::string fifo = MakeFifo(directory, &GeneratePipeName);
+    ProveNames(directory);
     ProveChildren(fifo);
     ProveMessages(fifo);
     ProveWriters(fifo);
     ProveHandler(fifo);
-    ProveThatOneFifoMixes(folder);
-    ProveThatFreshFifosDoNot(folder);
+    ProveThatOneFifoMixes(directory);
+    ProveThatFreshFifosDoNot(directory);
 }
 
-/// The process that proves, in a group of its own with all that it starts.
-[[noreturn]] void RunProver(const std::string& folder, const sigset_t& mask)
+/// The process that runs the proofs, in a process group with all that it starts.
+[[noreturn]] void RunProver(const std::string& directory, const sigset_t& mask)
 {
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -444,7 +454,7 @@ void ProveAll(const std::string& folder)
     try
     {
         ExpectProgress();
-        ProveAll(folder);
+        ProveAll(directory);
         std::cout.flush();
         ::_exit(std::cout ? EXIT_SUCCESS : EXIT_FAILURE);
     }
@@ -455,7 +465,7 @@ void ProveAll(const std::string& folder)
     }
 }
 
-/// Leaves the proofs to another process, so that whatever becomes of them nothing is left behind.
+/// Runs the proofs in another process, so that nothing is left behind, however they end.
 void WatchTheProofs()
 {
     sigset_t awaited;
@@ -466,13 +476,13 @@ void WatchTheProofs()
     }
     sigset_t mask;
     ::pthread_sigmask(SIG_BLOCK, &awaited, &mask);
-    const std::string folder = MakeOwnFolder();
+    const std::string directory = MakeOwnFolder();
     const pid_t prover = Check(::fork(), "fork");
     if (prover == 0)
     {
-        RunProver(folder, mask);
+        RunProver(directory, mask);
     }
-    ::setpgid(prover, prover);  // so that it is done, whichever of the two comes first
+    ::setpgid(prover, prover);  // both processes do this, since either one may run first
 
     int signal = SIGCHLD;
     siginfo_t end = {};
@@ -483,17 +493,17 @@ void WatchTheProofs()
     }
     ::kill(-prover, SIGKILL);
     ::waitpid(prover, nullptr, 0);
-    std::filesystem::remove_all(folder);
+    std::filesystem::remove_all(directory);
     if (signal != SIGCHLD)
     {
         std::signal(signal, SIG_DFL);
         ::raise(signal);
     }
-    ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);  // which lets that signal through
+    ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);  // delivers that signal
     if (end.si_code != CLD_EXITED)
     {
         throw std::runtime_error(end.si_status == SIGALRM
-                                     ? "the claim after these takes too long: it is not true, or a call has failed"
+                                     ? "the next claim takes too long: it is not true, or a call has failed"
                                      : std::string("ended by a signal: ") + ::strsignal(end.si_status));
     }
     if (end.si_status != EXIT_SUCCESS)
@@ -506,6 +516,7 @@ void WatchTheProofs()
 // Only a mistake in the description of the command line throws.
 int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
 {
-    CLI::App app("Proves on real pipes and processes what the page about safe use says.");
+    CLI::App app(kDescription);
+    app.footer(kExitStatus);
     return Examples::RunProgram(app, argc, argv, &WatchTheProofs);
 }

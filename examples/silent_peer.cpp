@@ -1,6 +1,6 @@
-// Stopping a channel whose peer is alive but silent. A channel's end waits for its background thread, and that for the
-// input. Cancel of the library's pipes cannot wake a thread that waits there: it would wait until the peer writes or
-// goes. Over streams whose Cancel does (Support/AsioStreams) the end comes at once, over sockets and pipes alike.
+// Stopping a channel whose peer is alive but silent. Destroying a channel waits for its background thread, which is
+// blocked in the input. Cancel of the library's pipes cannot wake that thread: it waits until the peer writes or closes
+// its end. Streams whose Cancel wakes it (Support/AsioStreams) end the wait at once, over sockets and pipes alike.
 
 #include <array>
 #include <chrono>
@@ -35,16 +35,16 @@ using Tarsel::SP;
 using namespace Tarsel::Core;
 
 constexpr char kDescription[] =
-    "Starts a process that sends one message and nothing more, waits for a while and\n"
-    "gives up: over a socket and a pipe. Prints how long it takes to end the channel\n"
-    "while the other process lives.";
+    "Destroys a channel while its peer is silent and prints how long that takes.\n"
+    "The other process sends one message and then nothing more, first over a socket,\n"
+    "then over a pipe.";
 constexpr char kExitStatus[] =
-    "Exits with status 0 if the channels ended, with 1 after a failure and with 2 if\n"
+    "Exits with status 0 if both channels ended, with 1 after a failure and with 2 if\n"
     "the command line is wrong.";
 
 constexpr std::array<uint8_t, 5> kMessage = {'h', 'e', 'l', 'l', 'o'};
 
-/// A process that writes one message to `descriptor` and then does nothing. It ends with this object, or this process.
+/// A process that writes one message to `descriptor` and then does nothing. It is killed with this object or process.
 class SilentPeer
 {
 public:
@@ -57,7 +57,7 @@ public:
             {
                 ::_exit(0);
             }
-            ::_exit(SayHello(descriptor));
+            ::_exit(SendHello(descriptor));
         }
         ::close(descriptor);
     }
@@ -71,7 +71,7 @@ public:
 
     bool IsAlive() const { return End(WNOHANG).si_pid == 0; }
 
-    /// Waits for its end and throws why it came.
+    /// Waits for the process to end and throws the reason.
     [[noreturn]] void ThrowEnd() const
     {
         const siginfo_t end = End(0);
@@ -84,8 +84,8 @@ public:
     }
 
 private:
-    /// Returns only after a failure; then its reason, which is the exit status.
-    static int SayHello(int descriptor)
+    /// Returns only after a failure: the error number, which becomes the exit status.
+    static int SendHello(int descriptor)
     {
         try
         {
@@ -102,7 +102,7 @@ private:
         }
     }
 
-    /// Can be asked again.
+    /// Returns how the process ended, as often as it is called.
     siginfo_t End(int options) const
     {
         siginfo_t end = {};
@@ -118,11 +118,11 @@ private:
 class InputEnd
 {
 public:
-    /// For the guard. When the input has failed, this is where its exception is handled.
+    /// The guard's end callback. If the input has failed, its exception is current here.
     void operator()(FrameEnd /*why*/) { m_end.set_value(std::current_exception()); }
 
-    /// Waits for it; throws what the input has failed with.
-    bool Comes(std::chrono::milliseconds patience)
+    /// Waits for the end and returns whether it came in time. Rethrows the exception if the input has failed.
+    bool WaitFor(std::chrono::milliseconds patience)
     {
         if (m_failure.wait_for(patience) != std::future_status::ready)
         {
@@ -140,13 +140,13 @@ private:
     std::shared_future<std::exception_ptr> m_failure = m_end.get_future();
 };
 
-/// Whether a message comes before the time is over and the input ends.
+/// Returns whether a message arrives in time and before the input ends.
 bool Arrives(const IDataChannel& channel, InputEnd& end, std::chrono::milliseconds patience)
 {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (!channel.IsDataAvaliable() && std::chrono::steady_clock::now() < deadline)
     {
-        if (end.Comes(std::chrono::milliseconds(1)))
+        if (end.WaitFor(std::chrono::milliseconds(1)))
         {
             return false;
         }
@@ -157,7 +157,7 @@ bool Arrives(const IDataChannel& channel, InputEnd& end, std::chrono::millisecon
 void GiveUp(const char* kind, const std::array<int, 2>& ends)
 {
     const SilentPeer peer(ends[1]);
-    InputEnd end;  // released after the channel
+    InputEnd end;  // destroyed after the channel
     const SP<IByteDataInput> input(new Examples::AsioInput(ends[0]));
     SP<IDataChannel> channel = CommunicationChannel::Create(
         GuardedFrameInput::Create(input, kMessage.size(), std::ref(end)), DataOutputFF::Create(""), true);
@@ -165,13 +165,13 @@ void GiveUp(const char* kind, const std::array<int, 2>& ends)
     const bool behaves = Arrives(*channel, end, std::chrono::minutes(1)) &&
                          channel->Read(message.data(), message.size()) != 0 && message == kMessage &&
                          !Arrives(*channel, end, std::chrono::milliseconds(200));
-    if (end.Comes(std::chrono::milliseconds(0)))
+    if (end.WaitFor(std::chrono::milliseconds(0)))
     {
         peer.ThrowEnd();
     }
     if (!behaves)
     {
-        throw std::runtime_error("the other process does not behave as it should");
+        throw std::runtime_error("the other process does not behave as expected");
     }
 
     const auto start = std::chrono::steady_clock::now();
@@ -179,7 +179,7 @@ void GiveUp(const char* kind, const std::array<int, 2>& ends)
     const auto time = std::chrono::steady_clock::now() - start;
     if (!peer.IsAlive())
     {
-        throw std::runtime_error("the other process has gone by itself");
+        throw std::runtime_error("the other process has ended by itself");
     }
     std::cout << kind << ": ended within " << std::chrono::duration_cast<std::chrono::milliseconds>(time).count() + 1
               << " ms while the other process was silent\n";

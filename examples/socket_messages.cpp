@@ -1,8 +1,8 @@
-// The messages of a channel over sockets, between two programs of one machine or of two.
+// The messages of a channel over sockets, between two programs on one machine or on two.
 //
-// Nothing of a channel depends on pipes: Support/AsioStreams has the two byte streams that it takes. Whoever can
-// connect can send anything, so a guard stands between the channel and its input. In direct mode one thread is enough
-// for a conversation of questions and answers, and the end of the other side is an answer, too: a length of 0.
+// A channel does not depend on pipes: Support/AsioStreams has the two byte streams that it needs. Anyone who can
+// connect can send anything, so a guard is between the channel and its input. In direct mode one thread is enough for
+// questions and answers. ReadHeader also returns, with the length 0, when the other side ends.
 
 #include <cerrno>
 #include <chrono>
@@ -62,17 +62,17 @@ constexpr char kUnix[] = "unix:";
 constexpr char kTcp[] = "tcp:";
 
 constexpr char kDescription[] =
-    "Without FILE, listens for a second one, which sends each line of FILE as a\n"
-    "message. Each message is answered with its MD5 digest, and every answer is\n"
-    "checked.";
+    "Sends each line of FILE as a message to ADDRESS, where the same program listens.\n"
+    "Without FILE, listens at ADDRESS and answers each message with its MD5 digest.\n"
+    "The sender checks every answer.";
 constexpr char kExitStatus[] =
-    "Lines are at most 999,999 bytes long. Lengths travel in the byte order of the\n"
-    "machine, so both have to have the same; a length in the other order is refused\n"
-    "as too long. Nothing is encrypted, and nobody is asked who he is.\n"
+    "Lines are at most 999,999 bytes long. Lengths are sent in the machine's byte\n"
+    "order, so both machines need the same one; a length in the other order is\n"
+    "refused as too long. There is no encryption and no authentication.\n"
     "Exits with status 0 if every answer was right, with 1 after a failure and with 2\n"
     "if the command line is wrong.";
 
-/// The other side, as far as it can be seen.
+/// The other side of the connection.
 class Peer
 {
 public:
@@ -92,9 +92,9 @@ public:
         }
     }
 
-    void SayGoodbye() { m_channel->Write(nullptr, 0); }
+    void SendEmptyFrame() { m_channel->Write(nullptr, 0); }
 
-    /// Returns an empty message once the other side has said goodbye. Every other end is a failure.
+    /// Returns the next message; an empty vector after the other side's empty frame. Every other end is a failure.
     Bytes Receive()
     {
         Bytes message(m_channel->ReadHeader());
@@ -108,7 +108,7 @@ public:
         return message;
     }
 
-    /// Like Receive, but returns nothing, and receives nothing more, when no message has come in this time.
+    /// Like Receive, but returns nothing if no message has arrived in this time. Then no more can be received.
     std::optional<Bytes> ReceiveWithin(std::chrono::seconds patience)
     {
         std::promise<void> done;
@@ -154,14 +154,14 @@ bool IsPath(const std::string& address)
     return address.rfind(kUnix, 0) == 0;
 }
 
-/// What comes after "unix:".
+/// Returns what follows "unix:".
 std::string PathOf(const std::string& address)
 {
     return address.substr(std::strlen(kUnix));
 }
 
-/// Returns what is wrong with an address; empty if nothing is. Resolvers take a port modulo 65536, and systems take an
-/// empty path for a name of their own choice.
+/// Returns what is wrong with an address, or an empty string. Resolvers take a port modulo 65536, and for an empty path
+/// the system chooses a name.
 std::string Complaint(const std::string& address)
 {
     if (IsPath(address))
@@ -197,7 +197,7 @@ ByteStreams Split(Protocol::socket socket)
 {
     if (socket.local_endpoint().protocol().family() != AF_UNIX)
     {
-        // A message is two writes. The second must not wait until the other side has acknowledged the first.
+        // A message is two writes. The second must not wait for the acknowledgement of the first.
         socket.set_option(Tcp::no_delay(true));
     }
     return Examples::Split(socket.release());
@@ -211,7 +211,7 @@ ByteStreams Connect(const std::string& address)
     return Split(std::move(socket));
 }
 
-/// Where an acceptor listens, with the port that was chosen for it.
+/// Returns the address at which an acceptor listens, with the port that the system chose.
 std::string Describe(const Protocol::endpoint& place)
 {
     Tcp::endpoint endpoint;
@@ -219,8 +219,8 @@ std::string Describe(const Protocol::endpoint& place)
     return "tcp:" + endpoint.address().to_string() + ':' + std::to_string(endpoint.port());
 }
 
-/// Whether a socket's file is left over from a listener that has ended. A socket of another kind is not connected to
-/// one that listens, so that the listener does not notice.
+/// Returns whether a socket's file is left over from a listener that has ended. It tries to connect a datagram socket,
+/// which a running listener does not notice.
 bool IsStale(const std::string& path)
 {
     struct stat status = {};
@@ -231,14 +231,14 @@ bool IsStale(const std::string& path)
     return ::lstat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode) && error == asio::error::connection_refused;
 }
 
-/// Of two listeners that start in a directory at once, the second one must not remove the file of the first.
+/// If two listeners start in one directory at the same time, the second one must not remove the file of the first.
 class DirectoryLock
 {
 public:
     explicit DirectoryLock(const std::string& directory)
         : m_descriptor(Examples::Checked(::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_CLOEXEC)))
     {
-        ::flock(m_descriptor, LOCK_EX);  // where there are no locks, one does without
+        ::flock(m_descriptor, LOCK_EX);  // on a file system without locks, go on without one
     }
     ~DirectoryLock() { ::close(m_descriptor); }
     DirectoryLock(const DirectoryLock&) = delete;
@@ -248,7 +248,7 @@ private:
     const int m_descriptor;
 };
 
-/// Accepts clients at an address, one after the other. A path is there for as long as this object.
+/// Accepts clients at an address, one after the other. A socket's file exists for as long as this object.
 class Listener
 {
 public:
@@ -263,7 +263,7 @@ public:
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    /// Where clients find it.
+    /// Returns the address for clients.
     std::string Address() const { return m_path.empty() ? Describe(m_acceptor.local_endpoint()) : kUnix + m_path; }
 
     ByteStreams Accept() { return Split(m_acceptor.accept()); }
@@ -282,14 +282,14 @@ private:
         {
             ::unlink(path.c_str());
         }
-        Examples::Checked(::fchmod(m_acceptor.native_handle(), 0600));  // nobody but this user shall connect
+        Examples::Checked(::fchmod(m_acceptor.native_handle(), 0600));  // only this user may connect
         m_acceptor.bind(place);
         m_path = path;
     }
 
     asio::io_context m_context;
     asio::basic_socket_acceptor<Protocol> m_acceptor;
-    std::string m_path;  // empty if there is none to be removed
+    std::string m_path;  // empty if there is no file to remove
 };
 
 void AnswerMessages(const std::string& address, std::chrono::seconds patience)
@@ -297,11 +297,11 @@ void AnswerMessages(const std::string& address, std::chrono::seconds patience)
     auto listener = std::make_unique<Listener>(address);
     if (!(std::cout << "listening on " << listener->Address() << std::endl))
     {
-        throw std::runtime_error("cannot write to standard output");  // nobody would know where to connect
+        throw std::runtime_error("cannot write to standard output");  // clients would not know where to connect
     }
     std::unique_ptr<Peer> peer;
     std::optional<Bytes> message;
-    while (!message)  // a client that says nothing does not keep the others out
+    while (!message)  // a client that sends nothing does not block the others
     {
         peer.reset();
         peer = std::make_unique<Peer>(listener->Accept());
@@ -318,7 +318,7 @@ void AnswerMessages(const std::string& address, std::chrono::seconds patience)
     std::cout << messages << " messages answered\n";
 }
 
-/// Returns whether there is one more line. Throws when the file cannot be read, with the system's reason.
+/// Reads the next line and returns whether there was one. Throws the system's reason if the file cannot be read.
 bool NextLine(std::istream& lines, std::string& line, const std::string& path)
 {
     errno = 0;
@@ -331,7 +331,7 @@ bool NextLine(std::istream& lines, std::string& line, const std::string& path)
         error << Tarsel::ErrorDetails(std::strerror(errno));
         throw;
     }
-    // At the end of the file, also after a part of a line, a stream does not report that a read has failed.
+    // At the end of the file, even within a line, a stream does not report that a read has failed.
     if (lines.eof() && errno != 0)
     {
         throw std::system_error(errno, std::generic_category(), path);
@@ -344,13 +344,13 @@ void SendLines(const std::string& address, const std::string& path)
     Examples::RequireRegularFile(path);
     InputStreambuf buffer(DataInputFile::Create(path));
     std::istream lines(&buffer);
-    lines.exceptions(std::ios::badbit);  // a file that cannot be read does not pass for one that ends
+    lines.exceptions(std::ios::badbit);  // a read error must not look like the end of the file
 
     Peer peer(Connect(address));
     ioSize messages = 0;
     for (std::string line; NextLine(lines, line, path); ++messages)
     {
-        line += '\n';  // also because an empty message is a farewell
+        line += '\n';  // without it, an empty line would become the empty frame
         const Bytes message(line.begin(), line.end());
         peer.Send(message.data(), message.size());
         const MD5Digest digest = MD5Generate(message, "");
@@ -359,7 +359,7 @@ void SendLines(const std::string& address, const std::string& path)
             throw std::runtime_error("the answer to line " + std::to_string(messages + 1) + " is wrong");
         }
     }
-    peer.SayGoodbye();
+    peer.SendEmptyFrame();
     std::cout << messages << " messages, every answer was right\n";
 }
 
@@ -374,12 +374,12 @@ int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
     int patience = kPatience;
     app.add_option("ADDRESS",
                    address,
-                   "unix:PATH, or tcp:HOST:PORT, where port 0 is any that is free;\nprinted by the one that listens")
+                   "unix:PATH or tcp:HOST:PORT; port 0 listens at any free port.\nThe listener prints its address")
         ->required()
         ->check(&Complaint);
     const CLI::Option* const sends = app.add_option("FILE", file, "the file to send");
     app.add_option(
-           "-p,--patience", patience, "how long a client may take to send its first message,\nin seconds (default: 10)")
+           "-t,--patience", patience, "how long a client may take to send its first message,\nin seconds (default: 10)")
         ->option_text("SECONDS")
         ->check(CLI::Range(1, 86400));
     app.footer(kExitStatus);

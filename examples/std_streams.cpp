@@ -1,8 +1,8 @@
 // std_streams: numbers the lines of standard input, as a filter in a pipeline of the shell.
 //
 // It reads through DataStdInput and writes through DataStdOutput. Nothing supplies these endpoints with the process's
-// own handles yet, so each is given a pipe that is opened on /dev/stdin or /dev/stdout. That opens anew what the shell
-// has connected there, which is the same for a pipe or a terminal, but not for a file: it starts at its first byte.
+// own handles yet, so each one gets a pipe that is opened on /dev/stdin or /dev/stdout. That opens again what the shell
+// has connected there. For a pipe or a terminal it makes no difference, but a file starts again at its first byte.
 
 #include <algorithm>
 #include <csignal>
@@ -34,10 +34,10 @@ constexpr std::size_t kBufferSize = 65536;
 constexpr char kDescription[] = "Copies standard input to standard output and numbers the lines, like cat -n.";
 constexpr char kExitStatus[] =
     "Exits with status 0 at the end of the input, with 1 after a failure, with 2 if\n"
-    "the command line is wrong, and by SIGPIPE if nobody reads the output any more.";
+    "the command line is wrong, and by SIGPIPE if nothing reads the output any more.";
 
-/// Asks what is connected to a standard stream. A closed one must be found before anything is opened: what is opened
-/// first would get its number, and "/dev/stdout" could turn out to be the input.
+/// Returns what is connected to a standard stream. A closed one must be found before anything is opened: the next file
+/// to be opened gets its number, and "/dev/stdout" could turn out to be the input.
 struct stat Examine(int descriptor, const std::string& name)
 {
     struct stat status
@@ -49,13 +49,13 @@ struct stat Examine(int descriptor, const std::string& name)
     }
     if (S_ISSOCK(status.st_mode))
     {
-        throw std::runtime_error(name + " is a socket, which cannot be opened anew");
+        throw std::runtime_error(name + " is a socket, which cannot be opened again");
     }
     return status;
 }
 
-/// Refuses the files of which opening anew would lose the place: input of which the first part has been read, and
-/// output that is not empty, as in "std_streams >> file".
+/// Refuses files whose position would be lost by opening them again: input that has been read in part, and output that
+/// is not empty, as in "std_streams >> file".
 void CheckPlace(const struct stat& input, const struct stat& output)
 {
     if (S_ISREG(input.st_mode) && ::lseek(STDIN_FILENO, 0, SEEK_CUR) != 0)
@@ -68,8 +68,8 @@ void CheckPlace(const struct stat& input, const struct stat& output)
     }
 }
 
-/// Holds both ends of a named pipe. The system lets nobody open one end until somebody opens the other, and whoever did
-/// that for the shell may be gone already; with its data still in the pipe, the program would wait forever.
+/// Holds both ends of a named pipe. Opening one end blocks until another process opens the other end. That process may
+/// have ended already, with its data still in the pipe; then this program would wait forever.
 class BothEnds
 {
 public:
@@ -91,8 +91,8 @@ private:
     int m_descriptor;
 };
 
-/// The Raw protocol returns what a transfer has moved also when the transfer ends early; with the Default one the last
-/// part of a file would be lost.
+/// The Raw protocol returns how much a transfer has moved even if the transfer ends early. With the Default protocol
+/// the last part of a file would be lost.
 SP<IByteDataInput> OpenInput(const struct stat& status)
 {
     const BothEnds bothEnds("/dev/stdin", status);
@@ -109,7 +109,7 @@ SP<IByteDataOutput> OpenOutput(const struct stat& status)
     return output;
 }
 
-/// How many bytes more can be read without waiting. A file never lets its reader wait.
+/// Returns how many more bytes can be read without waiting. Reading a file never waits.
 ioSize BytesWaiting(const struct stat& status)
 {
     if (S_ISREG(status.st_mode))
@@ -120,11 +120,10 @@ ioSize BytesWaiting(const struct stat& status)
     return ::ioctl(STDIN_FILENO, FIONREAD, &waiting) == 0 && waiting > 0 ? static_cast<ioSize>(waiting) : 0;
 }
 
-/// Waits for a byte and takes along what has come with it; 0 at the end of the data.
+/// Waits for a byte and also reads what has arrived with it. Returns 0 at the end of the data.
 ///
-/// A pipe of the library reads on until it has all that it was asked for, with the Raw protocol as well: asked for a
-/// whole buffer it would hold back the line that a person has typed until many more are there. Asked only for single
-/// bytes it would be slow.
+/// With the Raw protocol, too, a pipe of the library reads until it has all that was asked for. If the program asked
+/// for a whole buffer, a typed line would not appear before many more are there. Single bytes would be slow.
 ioSize ReadSome(IByteDataInput& input,
                 const struct stat& status,
                 std::vector<std::uint8_t>& buffer,
@@ -142,7 +141,7 @@ ioSize ReadSome(IByteDataInput& input,
     return count;
 }
 
-/// Puts a number in front of each line of a text that comes in pieces.
+/// Numbers the lines of a text that comes in pieces.
 class LineNumbers
 {
 public:
@@ -169,8 +168,8 @@ private:
     bool m_atLineStart = true;
 };
 
-/// A pipe that nobody reads any more says so when it is asked whether it takes data.
-bool ReaderHasLeft()
+/// Returns whether the reader of standard output has gone: poll then reports an error for a pipe.
+bool ReaderHasGone()
 {
     pollfd output{STDOUT_FILENO, POLLOUT, 0};
     return ::poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
@@ -182,9 +181,9 @@ void WriteAll(IByteDataOutput& output, const std::string& text, const Examples::
     {
         return;
     }
-    if (ReaderHasLeft())
+    if (ReaderHasGone())
     {
-        // The way in which filters end, quietly. The library had set the signal to ignored when it opened the pipes.
+        // Filters end like this, without a message. The library set the signal to ignored when it opened the pipes.
         std::signal(SIGPIPE, SIG_DFL);
         std::raise(SIGPIPE);
     }
@@ -206,7 +205,7 @@ void NumberLines()
     {
         WriteAll(*output, lines.Number(std::string_view(reinterpret_cast<const char*>(buffer.data()), count)), log);
     }
-    // What comes next in a group of commands, "(std_streams; date) > FILE", goes on where this program has stopped.
+    // In a group of commands, "(std_streams; date) > FILE", the next one continues where this program has stopped.
     ::lseek(STDIN_FILENO, 0, SEEK_END);
     ::lseek(STDOUT_FILENO, 0, SEEK_END);
 }

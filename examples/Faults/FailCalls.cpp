@@ -1,12 +1,11 @@
-// Makes system calls of an example fail, for the checks from outside; loaded with LD_PRELOAD. Two variables say what:
+// Makes system calls of an example fail. The checks load it with LD_PRELOAD. Two environment variables control it:
 //
 //   FAULT_STATE   the file that scripts/fail-examples and the processes share, see State: one read or write fails
-//   FAULT_ALWAYS  "close": closing a file that is written fails, though it is closed; "nameless": there are no files
-//                 without names
+//   FAULT_ALWAYS  "close": closing a written file reports a failure; "nameless": files without names are not supported
 //
 // A read or a write is a call of the C library by the program or by another library. It counts if it moves data of a
-// file, pipe, socket or device. Standard error does not count: the report of the failure is what would be lost. Neither
-// do the descriptors by which threads wake each other (eventfd, timerfd): the kernel lets none of these calls fail.
+// file, pipe, socket or device. Standard error does not count, since the report of the failure would be lost. Neither
+// do the descriptors with which threads wake each other (eventfd, timerfd): in the kernel these calls never fail.
 
 #include <atomic>
 #include <cerrno>
@@ -29,14 +28,14 @@ namespace
 
 constexpr std::size_t kProcesses = 4;
 
-/// What the driver and the processes share. The driver knows the layout: 64-bit numbers, then a text.
+/// Shared by the driver and the processes. The driver knows the layout: 64-bit numbers, then a text.
 struct State
 {
-    std::atomic<std::uint64_t> processes;  // how many have been started; each gets the number it finds here
+    std::atomic<std::uint64_t> processes;  // how many have started; each one takes the current value as its number
     std::uint64_t failingProcess;
     std::uint64_t failingCall;                     // counted from 1; 0: none fails
     std::atomic<std::uint64_t> calls[kProcesses];  // how many each process has made
-    char failed[512];                              // the call that failed and its file; empty if it did not come
+    char failed[512];                              // the call that failed and its file; empty if it was not reached
 };
 
 State* state = nullptr;
@@ -76,7 +75,7 @@ bool Counts(int descriptor)
     return descriptor != STDERR_FILENO && ::fstat(descriptor, &status) == 0 && (status.st_mode & S_IFMT) != 0;
 }
 
-/// Whether this call is the one that fails. Sets errno then.
+/// Returns whether this call is the one that has to fail; if so, sets errno.
 bool Fails(const char* call, int descriptor)
 {
     if (state == nullptr || process >= kProcesses || !Counts(descriptor) ||
@@ -93,7 +92,7 @@ bool Fails(const char* call, int descriptor)
     return true;
 }
 
-/// The function of this name that the program would call without this library.
+/// Returns the function that the program would call without this library.
 template <class Function>
 Function* Real(const char* name, Function* /*ours*/)
 {

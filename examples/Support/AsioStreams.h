@@ -27,18 +27,18 @@ namespace Examples
 namespace asio = boost::asio;
 using Tarsel::Core::ioSize;
 
-/// The result of a system call, unless it failed.
+/// Returns the result of a system call, or throws if it failed.
 inline int Checked(int result)
 {
     return result != -1 ? result : throw std::system_error(errno, std::generic_category());
 }
 
-/// One direction of a connected socket or a pipe. Each transfer runs in a context of its own, on the thread that asks
-/// for it. So any other thread can give that one something to do, which wakes it at once.
+/// One direction of a connected socket or a pipe. It has its own context, in which the calling thread runs each
+/// transfer. Any other thread can post work to that context, which wakes the calling thread at once.
 class Transfers
 {
 public:
-    /// Takes over the descriptor, also when something is thrown.
+    /// Takes ownership of the descriptor, even if it throws.
     explicit Transfers(int descriptor)
     try : m_stream(m_context, descriptor)
     {
@@ -49,8 +49,9 @@ public:
         throw;
     }
 
-    /// Runs what `start(stream, condition, handler)` begins and returns how many bytes it moved. Less than it was to
-    /// move means that the other side has gone, or that Cancel was called. Throws std::system_error for a failure.
+    /// Runs the transfer that `start(stream, condition, handler)` begins and returns how many bytes it moved. A short
+    /// count means that the other side has closed its end, or that Cancel was called. Throws std::system_error on
+    /// failure.
     template <class Start>
     ioSize Run(Start start)
     {
@@ -77,7 +78,7 @@ public:
         return moved;
     }
 
-    /// Ends a transfer that runs and makes all later ones move nothing. Comes from any thread.
+    /// Ends a running transfer and makes all later ones move nothing. Any thread may call it.
     void Cancel()
     {
         asio::post(m_context,
@@ -99,11 +100,11 @@ private:
 
     asio::io_context m_context;
     asio::posix::stream_descriptor m_stream;
-    bool m_cancelled = false;  // used by the thread that runs the context alone
+    bool m_cancelled = false;  // used only by the thread that runs the context
 };
 
-/// Reads until all has come that was asked for, as a channel needs it: less at the end and after Cancel. The log shows
-/// which it was. Throws std::system_error for a failure.
+/// Reads until it has all that was asked for, as a channel needs it. Returns a short count at the end and after Cancel;
+/// the log shows which it was. Throws std::system_error on failure.
 class AsioInput : public Tarsel::RefCounted<Tarsel::Core::IByteDataInput>
 {
 public:
@@ -121,7 +122,7 @@ private:
     Transfers m_transfers;
 };
 
-/// Its counterpart. Like the library's pipes it sets SIGPIPE to ignored, so that a write to nobody is a failure.
+/// The other direction. Like the library's pipes it sets SIGPIPE to ignored, so that a write without a reader fails.
 class AsioOutput : public Tarsel::RefCounted<Tarsel::Core::IByteDataOutput>
 {
 public:
@@ -139,14 +140,14 @@ private:
     Transfers m_transfers;
 };
 
-/// What a channel is made of.
+/// The two byte streams that a channel is made of.
 struct ByteStreams
 {
     Tarsel::SP<Tarsel::Core::IByteDataInput> input;
     Tarsel::SP<Tarsel::Core::IByteDataOutput> output;
 };
 
-/// Takes over a connected socket and makes its two directions, each with a descriptor of its own.
+/// Takes ownership of a connected socket and makes its two directions, each with its own descriptor.
 inline ByteStreams Split(int descriptor)
 {
     // First, so that the descriptor has an owner before anything else can fail.

@@ -17,8 +17,9 @@ using namespace Tarsel::Core;
 namespace
 {
 
-/// A channel does not look at how much of a message's length was written. Without it the other side would take the
-/// first bytes of the message for a length. So a short count is an exception here, and nothing more is sent.
+/// A channel does not check how much of a message's length was written. If the length is incomplete, the other side
+/// takes the first bytes of the message for a part of it. So this class throws on a short count, and nothing more is
+/// sent.
 class CheckedOutput : public Tarsel::RefCounted<IByteDataOutput>
 {
 public:
@@ -33,8 +34,8 @@ private:
     const SP<IByteDataOutput> m_output;
 };
 
-/// A channel takes it that each read brings what it asks for, so a peer that is killed while it writes would leave a
-/// message with zero bytes in place of what is missing. The guard lets only whole messages through.
+/// A channel assumes that each read delivers all that was asked for. If a peer is killed while it writes, the channel
+/// fills its message with zero bytes. The guard passes on only whole messages.
 SP<IDataChannel> Join(const SP<IByteDataInput>& input, const SP<IByteDataOutput>& output, const EndHandler& onEnd)
 {
     constexpr ioSize kNoLimit = std::numeric_limits<ioSize>::max();
@@ -44,8 +45,8 @@ SP<IDataChannel> Join(const SP<IByteDataInput>& input, const SP<IByteDataOutput>
 
 }  // namespace
 
-// A pipe's Create returns when both its ends have been opened. So the two processes open the same pipe first; in any
-// other order each would wait for the other.
+// A pipe's Create returns when both ends of the pipe are open. So both processes open the same pipe first; in any other
+// order each would wait for the other.
 
 SP<IDataChannel> ConnectFirst(const PipeNames& pipes, const EndHandler& onEnd)
 {
@@ -98,8 +99,8 @@ void Inbox::Receive(std::vector<uint8_t>& message)
     m_channel.Read(message.data(), message.size());
 }
 
-/// Runs on the channel's thread with the channel locked, so it only takes a note. There is never more than one: the
-/// next message is not fetched before this one has been read.
+/// Runs on the channel's thread with the channel locked, so it only stores the size. One variable is enough: the
+/// channel does not fetch the next message before this one has been read.
 void Inbox::OnDataAvailable(ioSize size)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -22,21 +22,21 @@ struct PipeNames
     std::string toFirst;
 };
 
-/// Is called on the channel's background thread when nothing more comes from the other process.
+/// Called on the channel's background thread when no more messages come from the other process.
 using EndHandler = Tarsel::Core::GuardedFrameInput::EndHandler;
 
-/// Opens the pipes and joins them to a channel. Both wait until the other process does the same. The channel's Write
-/// throws PeerGone when a message, also an empty one, cannot be sent.
+/// Open the pipes and make a channel of them. Both block until the other process does the same. The channel's Write
+/// throws PeerGone if a message or an empty frame cannot be sent.
 Tarsel::SP<Tarsel::Core::IDataChannel> ConnectFirst(const PipeNames& pipes, const EndHandler& onEnd);
 Tarsel::SP<Tarsel::Core::IDataChannel> ConnectSecond(const PipeNames& pipes, const EndHandler& onEnd);
 
-/// The first byte of each message from the first process to the second. It also makes sure that no message is empty:
-/// a channel takes an empty one for the other side's farewell.
+/// The first byte of each message from the first process to the second. So no message is empty: an empty frame ends the
+/// channel.
 enum class Kind : uint8_t
 {
     Data,  ///< the bytes that follow are part of the file
-    End,   ///< that was all of the file
-    Keep   ///< what arrived is right
+    End,   ///< the file is complete
+    Keep   ///< the digests agree: keep the file
 };
 
 /// The other process has closed its pipes, or they have failed.
@@ -49,11 +49,11 @@ public:
 /// Sends a message of one byte.
 void Send(Tarsel::Core::IDataChannel& channel, Kind kind);
 
-/// Receives the messages of a channel whose lengths are not known beforehand.
+/// Receives a channel's messages when their lengths are not known in advance.
 ///
-/// A channel announces only messages that arrive while it has a handler, and its background thread runs before one
-/// can be installed. So the receiver makes its inbox first and then calls SayReady, and the sender sends nothing before
-/// WaitUntilReady. That itself needs no handler: Read waits for a message of a known length.
+/// A channel announces only messages that arrive while it has a handler, and its background thread runs before you can
+/// install one. So the receiver makes its inbox first and then calls SayReady, and the sender calls WaitUntilReady
+/// before it sends anything. WaitUntilReady needs no handler: it knows the length of the message that it reads.
 class Inbox : private Tarsel::Core::IDataAvailableHandler
 {
 public:

@@ -25,8 +25,7 @@ void RequireRegularFile(const std::string& path)
 
 FileReader::FileReader(const std::string& path)
 {
-    // A directory would open and seem to be empty, a named pipe would make the program wait for somebody to write to
-    // it.
+    // A directory would open and appear empty. Opening a named pipe would block until something writes to it.
     RequireRegularFile(path);
     m_file = Tarsel::Core::DataInputFile::Create(path);
 }
@@ -41,8 +40,8 @@ Tarsel::Core::ioSize FileReader::Read(uint8_t* data, Tarsel::Core::ioSize size)
     errno = 0;
     const Tarsel::Core::ioSize count = m_file->Read(data, size);
     m_done += count;
-    // The stream reports the end and a failed read alike, by a short count. The C library sets errno for a failure
-    // only.
+    // The stream returns a short count both at the end and for a failed read. The C library sets errno only for a
+    // failure.
     if (count < size && errno != 0)
     {
         throw std::system_error(errno, std::generic_category(), m_file->GetFilename().utf8string());

@@ -15,13 +15,15 @@ void RequireRegularFile(const std::string& path);
 class FileReader
 {
 public:
-    /// Throws when `path` is no regular file or cannot be opened.
+    /// Throws if `path` is not a regular file or cannot be opened.
     explicit FileReader(const std::string& path);
 
-    /// The size of the file when it was opened; 0 for a file that is made up as it is read, like /proc/cpuinfo.
+    /// Returns the size that the file had when it was opened; 0 for a file that the system generates, like
+    /// /proc/cpuinfo.
     Tarsel::Core::ioSize Size() const;
 
-    /// Reads up to `size` bytes; 0 at the end. Throws when reading fails, or the end comes before the file's size.
+    /// Reads up to `size` bytes and returns how many; 0 at the end. Throws if reading fails or the file ends before its
+    /// size.
     Tarsel::Core::ioSize Read(uint8_t* data, Tarsel::Core::ioSize size);
 
 private:

@@ -7,7 +7,8 @@ namespace Examples
 namespace
 {
 
-/// By default a program logs nothing. This lets it log what matters, but show and keep none of it.
+/// By default a program logs nothing. This makes it log warnings and errors, but only to sinks: nothing is shown or
+/// written to a file.
 void LogForSinksOnly()
 {
     FLAGS_minloglevel = google::GLOG_WARNING;

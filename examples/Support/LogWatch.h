@@ -9,9 +9,9 @@
 namespace Examples
 {
 
-/// Looks at the log, whether it is shown or not, for the last line that is more than information. A pipe comes short in
-/// the same way at the end of the data and when it fails; only the log shows which it was, and why. May be asked by any
-/// thread; which of a program's pipes the line is about, the program has to know.
+/// Remembers the last warning or error in the log, whether the log is shown or not. A pipe returns a short count both
+/// at the end of the data and when it fails; only the log shows which it was, and why. Any thread may call LastError.
+/// The line does not name the pipe: a program with several pipes has to know which one it used.
 class LogWatch : private google::LogSink
 {
 public:
@@ -20,7 +20,8 @@ public:
     LogWatch(const LogWatch&) = delete;
     LogWatch& operator=(const LogWatch&) = delete;
 
-    /// The text of that line if it tells of an error, otherwise empty: the end of the data is only a warning.
+    /// Returns the text of that line if it is an error, otherwise an empty string: the end of the data is only a
+    /// warning.
     std::string LastError() const;
 
 private:

@@ -20,7 +20,7 @@ namespace
 
 constexpr int kWrongUsage = 2;
 
-/// The library logs each step of its pipes. A program decides what is shown of that.
+/// The library logs every step of its pipes. The program decides how much of that is shown.
 void StartLog(const char* program, bool verbose)
 {
     FLAGS_logtostderr = true;
@@ -38,7 +38,7 @@ int FinishOutput()
     return EXIT_FAILURE;
 }
 
-/// What a reader of one line wants to know: which file, what went wrong, and the system's reason.
+/// The exception as one line: the file, what went wrong, and the system's reason.
 std::string Summary(const Tarsel::Exception& error)
 {
     std::string summary;
@@ -61,7 +61,7 @@ int RunProgram(CLI::App& app, int argc, char** argv, const std::function<void()>
     bool verbose = false;
     app.name(program_invocation_short_name);
     app.description(app.get_description() + '\n');
-    app.set_help_flag("-h,--help", "show this text and exit");
+    app.set_help_flag("-h,--help", "show this help and exit");
     app.add_flag("-v,--verbose", verbose, "show the log on standard error");
     app.get_formatter()->column_width(18);
     app.get_formatter()->label("TEXT", "");
@@ -99,7 +99,7 @@ void ReportError(const std::string& text)
 {
     const char* const overProgressBar = ::isatty(STDERR_FILENO) == 1 ? "\r\033[K" : "";
     const std::string line = overProgressBar + std::string(program_invocation_short_name) + ": " + text + "\n";
-    // Not through std::cerr, whose lock may be held by a thread that is stuck while another one reports an error.
+    // Not through std::cerr: a thread that is stuck may hold its lock while another thread reports an error.
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
 }
 

@@ -11,9 +11,9 @@ class App;
 namespace Examples
 {
 
-/// The frame of every example: reads the command line as `app` describes it, with --help and --verbose added, sets up
-/// the log, runs `body` and reports what it throws. Returns the exit status: 0, 1 after a failure, 2 if the command
-/// line is wrong.
+/// Runs an example: parses the command line as `app` describes it, with --help and --verbose added, sets up the log,
+/// runs `body` and reports what it throws. Returns the exit status: 0, 1 after a failure, 2 if the command line is
+/// wrong.
 int RunProgram(CLI::App& app, int argc, char** argv, const std::function<void()>& body);
 
 /// Whether the log is shown.
@@ -22,7 +22,7 @@ bool IsVerbose();
 /// Prints one line on stderr: the program's name and `text`.
 void ReportError(const std::string& text);
 
-/// Prints one line about the exception that is being handled; all of its records go to the log.
+/// Prints one line about the exception that is being handled and writes all of its records to the log.
 void ReportCurrentException();
 
 }  // namespace Examples

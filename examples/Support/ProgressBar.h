@@ -10,8 +10,8 @@
 namespace Examples
 {
 
-/// A bar on stderr that shows how much of `total` is done. Only for people: not shown unless stderr is a terminal, nor
-/// between the lines of the log. Its end wipes it away.
+/// A bar on stderr that shows how much of `total` is done. It is shown only if stderr is a terminal and the log is not
+/// shown there. The destructor erases it.
 class ProgressBar
 {
 public:

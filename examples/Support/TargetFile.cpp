@@ -23,8 +23,8 @@ constexpr mode_t kNewFile = 0666;  // less the umask, or what the directory's de
 constexpr mode_t kOwnersOnly = 0600;
 constexpr mode_t kPermissions = 0777;
 
-/// The file that `name` leads to, or will lead to once it exists. RequireRegularFile has asked the system, which
-/// refuses links that it holds for a trap or that go round in a circle.
+/// Returns the file that `name` leads to, or will lead to once it exists. RequireRegularFile goes first, so that the
+/// system refuses links that it considers a trap or that form a circle.
 fs::path FollowLinks(fs::path name)
 {
     RequireRegularFile(name.string());
@@ -35,13 +35,13 @@ fs::path FollowLinks(fs::path name)
     return name;
 }
 
-/// Where the system has the process's descriptors, through which a file without a name can get one.
+/// Returns the system's path for a descriptor of this process. Through it a file without a name can get one.
 std::string DescriptorPath(int descriptor)
 {
     return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
-/// The mode without what the owning group can do more, or less, than everybody else.
+/// Returns the mode with the same rights for the owning group as for all others: those that both have.
 mode_t WithoutGroup(mode_t mode)
 {
     const mode_t common = (mode >> 3U) & mode & 07U;
@@ -89,7 +89,8 @@ void TargetFile::Open(const std::string& directory)
         Check(-1);
     }
     ::close(std::exchange(m_descriptor, -1));
-    // The mode is that of another file: who opened this one before its mode is narrowed could read it to its end.
+    // A second file shows the mode to use: whatever process opened this one before its mode is narrowed could read
+    // all of it.
     const std::string pattern = m_files.MakeFile(directory, kNewFile);
     m_descriptor = Check(::open(pattern.c_str(), kFlags | O_NOFOLLOW));
     m_mode = ModeOf(m_descriptor);
@@ -136,11 +137,11 @@ void TargetFile::Keep()
     }
 }
 
-/// Returns the mode that goes with the owner and group that the file has then.
+/// Gives the file the owner and group of the replaced one, as far as allowed, and returns the mode that fits them.
 mode_t TargetFile::TakeOverOwner() const
 {
     const mode_t mode = m_replaced.st_mode & kPermissions;
-    // Where there is an access list, the mode has its limit in place of what the group may do.
+    // If there is an access list, the group bits of the mode are that list's mask and not the group's rights.
     const bool hasList = ::getxattr(m_name.c_str(), "system.posix_acl_access", nullptr, 0) > 0;
     const bool hasGroup = ::fchown(m_descriptor, m_replaced.st_uid, m_replaced.st_gid) == 0 ||
                           ::fchown(m_descriptor, static_cast<uid_t>(-1), m_replaced.st_gid) == 0;
@@ -154,7 +155,7 @@ mode_t TargetFile::ModeOf(int descriptor) const
     return status.st_mode & kPermissions;
 }
 
-/// The result of a system call, unless it failed.
+/// Returns the result of a system call, or throws if it failed.
 int TargetFile::Check(int result) const
 {
     return result != -1 ? result : throw std::system_error(errno, std::generic_category(), m_name);

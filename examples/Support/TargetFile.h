@@ -9,37 +9,37 @@
 namespace Examples
 {
 
-/// A file that a program makes. It gets its name, in place of a file that has it already, when it is complete: after a
-/// failure that file is what it was before. A name that is a symbolic link stands for the file that it points to, which
-/// need not exist.
+/// A file that a program writes. It gets its name, or replaces the file with that name, only when it is complete: after
+/// a failure the old file is unchanged. If the name is a symbolic link, the file that the link points to is replaced;
+/// it need not exist.
 ///
-/// A replaced file passes on its permissions, but no set-ID bits, and its owner and group where the process may set
-/// them. If it may not set the group, or the replaced file has an access list, the group gets no more rights than
-/// everybody else. Access lists and extended attributes are not passed on.
+/// The new file gets the permissions of the replaced one, but no set-ID bits, and its owner and group if the process
+/// may set them. If it may not set the group, or the replaced file has an access list, the group gets no more rights
+/// than all others. Access lists and extended attributes are not copied.
 ///
-/// Until then the file has no name, so that nothing is left of it when the process is killed. Only between two steps of
-/// Keep does it have one that ends in ".part": the system gives a file a name, or one file the name of another, but not
-/// both at once. Where the file system has no files without names it is called ".part" from the start.
+/// Until it is complete the file has no name, so nothing is left of it when the process is killed. Only between two
+/// steps of Keep does it have a name that ends in ".part": the system can name a file, or rename a file over another
+/// one, but not both at once. On file systems without nameless files its name ends in ".part" from the start.
 class TargetFile
 {
 public:
-    /// Makes the empty file, which goes away unless it is kept. Throws when `name` cannot be replaced, or should not
-    /// be, like /dev/null. A process that is forked afterwards may write and keep the file; `files`, which has to
-    /// outlive this object, then removes it in either process.
+    /// Makes the empty file, which is removed unless Keep is called. Throws if `name` cannot be replaced, or should not
+    /// be, like /dev/null. A process that is forked later may write and keep the file; `files` then removes it in
+    /// either process. `files` must outlive this object.
     TargetFile(const std::string& name, TemporaryFiles& files);
     ~TargetFile();
     TargetFile(const TargetFile&) = delete;
     TargetFile& operator=(const TargetFile&) = delete;
 
-    /// Appends all of these bytes or throws.
+    /// Appends all of these bytes, or throws.
     void Write(const uint8_t* data, Tarsel::Core::ioSize size);
 
-    /// Closes the file and gives it its name. Throws when that fails, and leaves nothing of the file then.
+    /// Closes the file and gives it its name. If that fails, removes the file and throws.
     void Keep();
 
 private:
     TargetFile(TemporaryFiles& files,
-               std::string path);  // first of all, so that the destructor cleans up after the rest
+               std::string path);  // runs first, so that the destructor cleans up if the rest throws
 
     void Open(const std::string& directory);
     mode_t TakeOverOwner() const;

@@ -16,8 +16,8 @@ namespace Examples
 namespace
 {
 
-/// What `propose` returns. Only that it cannot read is in what it throws otherwise, not what it reads, and why it
-/// cannot.
+/// Returns what `propose` returns. Its exception reports only that a read failed, so this one adds the file and the
+/// reason.
 template <class Propose>
 std::string Proposal(Propose propose)
 {
@@ -31,8 +31,8 @@ std::string Proposal(Propose propose)
     }
 }
 
-/// Calls `make(name)` with new names until it succeeds: the names are only proposals, and somebody else may have taken
-/// one. `make` must fail with EEXIST then, and -1, like all system calls.
+/// Calls `make(name)` with new names until it succeeds: the names are only proposals, and another process may have
+/// taken one. `make` must then return -1 and set errno to EEXIST, as system calls do.
 template <class NewName, class Make>
 std::string MakeUnderNewName(NewName newName, Make make)
 {

@@ -8,7 +8,7 @@
 namespace Examples
 {
 
-/// Files that must not outlive the program. May be used by several threads at once.
+/// Files that must not outlive the program. Several threads may use one object at the same time.
 class TemporaryFiles
 {
 public:
@@ -20,8 +20,8 @@ public:
     /// Makes a named pipe that only this user can open and returns its name.
     std::string MakePipe();
 
-    /// Makes an empty file in `directory` (empty: the current one) and returns its name. `mode` loses what the
-    /// process's umask takes away.
+    /// Makes an empty file in `directory` (empty: the current one) and returns its name. The process's umask reduces
+    /// `mode`.
     std::string MakeFile(const std::filesystem::path& directory, mode_t mode);
 
     /// Returns the name of a file in `directory` that may be made later.

@@ -19,15 +19,15 @@ namespace Examples
 namespace
 {
 
-/// Sent to the second process when the first one has ended.
+/// The second process receives this signal when the first one has ended.
 constexpr int kParentEnded = SIGTERM;
 
-/// A process has its pipes open until it ends. So when a connection ends because the other process does, that process
-/// has ended after a moment. If it has not, the connection itself has failed.
+/// A process keeps its pipes open until it ends. So if a connection ends because the other process does, that process
+/// is gone within this time. If it is not, the connection itself has failed.
 constexpr std::chrono::seconds kMoment(1);
 
-/// Without memory a process ends, whichever of its threads asked for it. An exception would not do: in a channel's
-/// background thread it only ends the reading, and both processes would wait forever.
+/// A process that runs out of memory ends, whichever of its threads needed the memory. An exception is not enough: in a
+/// channel's background thread it only ends the reading, and both processes would wait forever.
 void EndWithoutMemory()
 {
     static constexpr char kText[] = "out of memory\n";
@@ -56,7 +56,7 @@ HeldSignals::HeldSignals()
         ::sigaddset(&m_held, SIGHUP);
     }
     ::pthread_sigmask(SIG_BLOCK, &m_held, &m_previousMask);
-    // Where SIGCHLD is ignored, which a program may inherit, children end without a trace.
+    // A program may inherit an ignored SIGCHLD. Then its children would end without leaving an exit status.
     std::signal(SIGCHLD, SIG_DFL);
 }
 
@@ -78,8 +78,8 @@ void TwoProcesses::Run(const Talk& first, const Talk& second)
 {
     m_pipes = {m_files.MakePipe(), m_files.MakePipe()};
     m_first = ::getpid();
-    // A plain fork, since no thread runs yet: the second process has all that it needs to know, with what the program
-    // has opened for it, and nothing has to be passed on a command line.
+    // A plain fork is safe, since no other thread runs yet. The second process inherits everything that it needs, also
+    // what the program has opened for it, so nothing has to be passed on a command line.
     m_second = ::fork();
     if (m_second == -1)
     {
@@ -91,12 +91,12 @@ void TwoProcesses::Run(const Talk& first, const Talk& second)
         RunSecond(second);
     }
     std::thread watch(&TwoProcesses::WatchSecond, this);
-    // Kept until the second process has ended, so that its farewell is received. Releasing the channel waits for the
-    // end of its background thread, which the farewell has brought about.
+    // Kept until the second process has ended, so that its empty frame is received. Destroying the channel waits for
+    // its background thread, which the empty frame has ended.
     Channel channel;
     Converse(&ConnectFirst, channel, first);
     watch.join();
-    channel.reset();  // before the second process is forgotten: a read that fails now still ends both
+    channel.reset();  // before the second process is waited for: a read that fails now still ends both
     ::waitpid(m_second, nullptr, 0);
 }
 
@@ -109,20 +109,20 @@ void TwoProcesses::RunSecond(const Talk& talk)
     }
     std::thread(&TwoProcesses::WatchFirst, this).detach();
     Channel channel;
-    const auto talkAndPart = [&](Tarsel::Core::IDataChannel& /*channel*/)
+    const auto talkAndFinish = [&](Tarsel::Core::IDataChannel& /*channel*/)
     {
         talk(*channel);
-        // The farewell: an empty frame ends the other side's background thread. Only one side says it and stays while
-        // the other one leaves. If both released their channels first, each would wait for the other to close its
+        // The empty frame ends the other side's background thread. Only one side sends it, and keeps its channel until
+        // the other side is gone. If both destroyed their channels at once, each would wait for the other to close its
         // pipes.
         channel->Write(nullptr, 0);
     };
-    Converse(&ConnectSecond, channel, talkAndPart);
-    // Without unwinding, which would release this channel, too, and what belongs to the first process.
+    Converse(&ConnectSecond, channel, talkAndFinish);
+    // Without unwinding, which would also destroy this channel and remove what belongs to the first process.
     ::_exit(EXIT_SUCCESS);
 }
 
-/// What is thrown, or the end of the channel's input, ends the process and does not release the channel.
+/// An exception, or the end of the channel's input, ends the process without destroying the channel.
 void TwoProcesses::Converse(Connect connect, Channel& channel, const Talk& talk)
 {
     const auto onEnd = [this](Tarsel::Core::FrameEnd why)
@@ -135,7 +135,7 @@ void TwoProcesses::Converse(Connect connect, Channel& channel, const Talk& talk)
     try
     {
         channel = connect(m_pipes, onEnd);
-        // Both ends are open. Without their names the pipes vanish with the processes, whatever becomes of these.
+        // Both ends are open. Once their names are removed, the pipes vanish with the processes, however those end.
         m_files.Remove(m_pipes.toSecond);
         m_files.Remove(m_pipes.toFirst);
 
@@ -178,7 +178,7 @@ void TwoProcesses::WatchFirst()
     siginfo_t received = m_signals.Wait();
     while (received.si_signo != kParentEnded)
     {
-        // What other signals mean is for the first process to decide. The terminal sends them to both.
+        // The first process decides what other signals mean. The terminal sends them to both processes.
         if (received.si_signo != SIGCHLD)
         {
             ::kill(m_first, received.si_signo);
@@ -192,7 +192,7 @@ void TwoProcesses::WatchFirst()
     EndBySignal(received.si_signo);
 }
 
-/// How the second process ended. That can be asked again; `si_pid` is 0 while it runs.
+/// Returns how the second process ended, as often as it is called. `si_pid` is 0 while the process runs.
 siginfo_t TwoProcesses::EndOfSecond() const
 {
     siginfo_t end = {};
@@ -200,7 +200,7 @@ siginfo_t TwoProcesses::EndOfSecond() const
     return end;
 }
 
-/// Waits a moment for it.
+/// Waits up to kMoment for the other process to end and returns whether it has.
 bool TwoProcesses::OtherHasEnded() const
 {
     const auto hasEnded = [this] { return m_second == 0 ? ::getppid() != m_first : EndOfSecond().si_pid == m_second; };
@@ -244,17 +244,17 @@ void TwoProcesses::EndByPeer()
     {
         ReportError("the second process ended too early");
     }
-    ::_exit(EXIT_FAILURE);  // any other second process has said itself why it failed
+    ::_exit(EXIT_FAILURE);  // any other second process has reported itself why it failed
 }
 
 void TwoProcesses::EndBySignal(int signal)
 {
-    // A thread that ends the process has cleaned up before. If it cannot get its report out, this one does not wait.
+    // If another thread is ending the process, it has cleaned up already. This one waits only a moment for its report.
     if (m_ending.try_lock_for(kMoment))
     {
         CleanUp();
     }
-    // Whoever started this program may want to know that it was this signal that ended it.
+    // So that the program's parent sees which signal ended it.
     std::signal(signal, SIG_DFL);
     sigset_t released;
     ::sigemptyset(&released);
@@ -268,12 +268,12 @@ void TwoProcesses::CleanUp()
 {
     if (m_second != 0)
     {
-        // Before the files go, so that it makes no new ones.
+        // Before the files are removed, so that it makes no new ones.
         ::kill(m_second, SIGKILL);
         ::waitpid(m_second, nullptr, 0);
     }
     m_files.RemoveAll();
-    // What comes now is a report at most. If nobody takes it, the process does not wait for that.
+    // All that is left to do is to print a report. The process does not wait long for somebody to read it.
     std::signal(SIGALRM, [](int /*signal*/) { ::_exit(EXIT_FAILURE); });
     ::alarm(2);
 }

@@ -12,8 +12,8 @@
 namespace Examples
 {
 
-/// Keeps back the signals by which people end programs, and the one that tells of a child's end, until somebody waits
-/// for them or this object goes. Threads and processes that are started meanwhile keep them back as well.
+/// Blocks the signals with which users end programs, and SIGCHLD, for as long as this object lives; Wait receives them.
+/// Threads and processes that are started in that time block them as well.
 class HeldSignals
 {
 public:
@@ -22,7 +22,7 @@ public:
     HeldSignals(const HeldSignals&) = delete;
     HeldSignals& operator=(const HeldSignals&) = delete;
 
-    /// Waits for one of them and returns which it was (`si_signo`) and who sent it (`si_pid`).
+    /// Waits for one of the signals and returns which it was (`si_signo`) and which process sent it (`si_pid`).
     siginfo_t Wait() const;
 
 private:
@@ -30,24 +30,24 @@ private:
     sigset_t m_previousMask;
 };
 
-/// Two processes that talk over a channel. Whatever happens, neither goes on without the other, and no temporary file
-/// remains.
+/// Two processes that talk over a channel. Whatever happens, neither continues without the other, and no temporary file
+/// is left.
 ///
-/// Opening a pipe cannot be called off, and a channel's Read waits forever when nothing more comes. So a thread in each
-/// process watches the other process: the first one by SIGCHLD, the second one by a signal that the kernel sends when
-/// its parent ends. What the thread sees ends its own process on the spot. So does the end of the channel's input, and
-/// an exception: to release the channel on the way out would be to wait for the other side, which does not know that
+/// Opening a pipe cannot be cancelled, and a channel's Read waits forever when no more messages come. So a thread in
+/// each process watches the other process: the first process receives SIGCHLD, the second one a signal that the kernel
+/// sends when its parent ends. The thread then ends its own process at once. So does the end of the channel's input,
+/// and so does an exception: destroying the channel first would wait for the other side, which does not know that
 /// anything is wrong. A signal that ends one process ends both.
 class TwoProcesses
 {
 public:
     using Talk = std::function<void(Tarsel::Core::IDataChannel& channel)>;
 
-    /// Removed at the end, also by the process that survives when the other one is killed.
+    /// The files to remove at the end. If one process is killed, the other one removes them.
     TemporaryFiles& Files() { return m_files; }
 
     /// Starts the second process, runs `first` in this one and `second` in that one, each with its end of the channel.
-    /// Returns when both have ended well. A failure is reported by the process that has it; then both end, with 1.
+    /// Returns when both have succeeded. The process that fails reports it; then both exit with status 1.
     void Run(const Talk& first, const Talk& second);
 
 private:
