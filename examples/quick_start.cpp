@@ -39,7 +39,7 @@ int main()
         std::cout << boost::diagnostic_information(error);  // every record, with the place of the throw
         if (const auto* reason = boost::get_error_info<Tarsel::ErrorDetails>(error))
         {
-            std::cout << "The system says: " << *reason << '\n';
+            std::cout << "System error: " << *reason << '\n';
         }
     }
 }
