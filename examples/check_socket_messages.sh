@@ -94,7 +94,7 @@ refuse 'Address already in use' socket_messages unix:file
 [ "$(cat file)" = kept ]
 
 # Clients that send nothing, or only a part of a message, do not block others.
-listen tcp:127.0.0.1:0 --patience 1
+listen tcp:127.0.0.1:0 --timeout 1
 exec 5<>"/dev/tcp/127.0.0.1/${address##*:}"
 exec 6<>"/dev/tcp/127.0.0.1/${address##*:}"
 printf '\4\0\0' >&6

@@ -56,7 +56,7 @@ using Bytes = std::vector<uint8_t>;
 constexpr ioSize kLongestMessage = 1'000'000;
 
 /// How long a client may take to send its first message.
-constexpr int kPatience = 10;
+constexpr int kTimeout = 10;
 
 constexpr char kUnix[] = "unix:";
 constexpr char kTcp[] = "tcp:";
@@ -109,13 +109,13 @@ public:
     }
 
     /// Like Receive, but returns nothing if no message has arrived in this time. Then no more can be received.
-    std::optional<Bytes> ReceiveWithin(std::chrono::seconds patience)
+    std::optional<Bytes> ReceiveWithin(std::chrono::seconds timeout)
     {
         std::promise<void> done;
         auto watch = std::async(std::launch::async,
-                                [this, patience, end = done.get_future()]
+                                [this, timeout, end = done.get_future()]
                                 {
-                                    const bool isOver = end.wait_for(patience) == std::future_status::timeout;
+                                    const bool isOver = end.wait_for(timeout) == std::future_status::timeout;
                                     if (isOver)
                                     {
                                         m_channel->Cancel();
@@ -292,7 +292,7 @@ private:
     std::string m_path;  // empty if there is no file to remove
 };
 
-void AnswerMessages(const std::string& address, std::chrono::seconds patience)
+void AnswerMessages(const std::string& address, std::chrono::seconds timeout)
 {
     auto listener = std::make_unique<Listener>(address);
     if (!(std::cout << "listening on " << listener->Address() << std::endl))
@@ -305,7 +305,7 @@ void AnswerMessages(const std::string& address, std::chrono::seconds patience)
     {
         peer.reset();
         peer = std::make_unique<Peer>(listener->Accept());
-        message = peer->ReceiveWithin(patience);
+        message = peer->ReceiveWithin(timeout);
     }
     listener.reset();
 
@@ -371,7 +371,7 @@ int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
     CLI::App app(kDescription);
     std::string address;
     std::string file;
-    int patience = kPatience;
+    int timeout = kTimeout;
     app.add_option("ADDRESS",
                    address,
                    "unix:PATH or tcp:HOST:PORT; port 0 listens at any free port.\nThe listener prints its address")
@@ -379,7 +379,7 @@ int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
         ->check(&Complaint);
     const CLI::Option* const sends = app.add_option("FILE", file, "the file to send");
     app.add_option(
-           "-t,--patience", patience, "how long a client may take to send its first message,\nin seconds (default: 10)")
+           "-t,--timeout", timeout, "how long a client may take to send its first message,\nin seconds (default: 10)")
         ->option_text("SECONDS")
         ->check(CLI::Range(1, 86400));
     app.footer(kExitStatus);
@@ -388,5 +388,5 @@ int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape)
         argc,
         argv,
         [&]
-        { sends->count() == 0 ? AnswerMessages(address, std::chrono::seconds(patience)) : SendLines(address, file); });
+        { sends->count() == 0 ? AnswerMessages(address, std::chrono::seconds(timeout)) : SendLines(address, file); });
 }
