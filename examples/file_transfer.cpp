@@ -123,7 +123,7 @@ void ReceiveFile(IDataChannel& channel, Examples::TargetFile& target)
 {
     Md5Stream md5;
     Examples::Inbox inbox(channel);
-    inbox.SayReady();
+    inbox.SendReady();
     std::vector<uint8_t> message;
     for (inbox.Receive(message); Kind(message[0]) == Kind::Data; inbox.Receive(message))
     {

@@ -113,7 +113,7 @@ Totals SendLines(IDataChannel& channel, const std::string& path)
 void AnswerLines(IDataChannel& channel)
 {
     Examples::Inbox inbox(channel);
-    inbox.SayReady();
+    inbox.SendReady();
     std::vector<uint8_t> message;
     for (inbox.Receive(message); Kind(message[0]) != Kind::End; inbox.Receive(message))
     {

@@ -51,7 +51,7 @@ int Check(int result, const std::string& what)
 }
 
 /// Makes a new directory that only this user can enter (0700) and returns its path.
-std::string MakeOwnFolder()
+std::string MakeOwnDirectory()
 {
     std::string path = std::filesystem::temp_directory_path() / "pipes.XXXXXX";
     Check(::mkdtemp(path.data()) != nullptr ? 0 : -1, path);
@@ -476,7 +476,7 @@ void WatchTheProofs()
     }
     sigset_t mask;
     ::pthread_sigmask(SIG_BLOCK, &awaited, &mask);
-    const std::string directory = MakeOwnFolder();
+    const std::string directory = MakeOwnDirectory();
     const pid_t prover = Check(::fork(), "fork");
     if (prover == 0)
     {

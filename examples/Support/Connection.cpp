@@ -78,7 +78,7 @@ Inbox::~Inbox()
     m_channel.SetDataAvailableHandler(nullptr);
 }
 
-void Inbox::SayReady()
+void Inbox::SendReady()
 {
     const uint8_t ready = 1;
     m_channel.Write(&ready, sizeof(ready));

@@ -52,7 +52,7 @@ void Send(Tarsel::Core::IDataChannel& channel, Kind kind);
 /// Receives a channel's messages when their lengths are not known in advance.
 ///
 /// A channel announces only messages that arrive while it has a handler, and its background thread runs before you can
-/// install one. So the receiver makes its inbox first and then calls SayReady, and the sender calls WaitUntilReady
+/// install one. So the receiver makes its inbox first and then calls SendReady, and the sender calls WaitUntilReady
 /// before it sends anything. WaitUntilReady needs no handler: it knows the length of the message that it reads.
 class Inbox : private Tarsel::Core::IDataAvailableHandler
 {
@@ -62,7 +62,7 @@ public:
     Inbox(const Inbox&) = delete;
     Inbox& operator=(const Inbox&) = delete;
 
-    void SayReady();
+    void SendReady();
 
     /// Waits for the next message and puts it into `message`.
     void Receive(std::vector<uint8_t>& message);
