@@ -118,7 +118,7 @@ TEST(DataBitInput, StepsWithinAByte)
     EXPECT_THAT(Thrown([&] { reader.ReadBitsInt(0); }), kFailure);
 }
 
-TEST(DataBitInput, LosesTheBitsThatAFailedCallHadTaken)
+TEST(DataBitInput, LosesTheBitsThatAFailedCallHasRead)
 {
     const SP<ScriptedInput> input(new ScriptedInput("\xAB\xCD\xEF"));
     DataBitInput reader(input);
@@ -154,7 +154,7 @@ TEST(DataBitOutput, TakesTheLowEightBitsOfAValue)
     }
 }
 
-TEST(DataBitOutput, WritesAByteAgainThatTheStreamThrewBack)
+TEST(DataBitOutput, WritesAByteAgainAfterTheStreamHasThrown)
 {
     const uint8_t data = 0xCD;
     const SP<ScriptedOutput> output(new ScriptedOutput);

@@ -43,7 +43,7 @@ struct StarvingInput : DataInputString
     }
 };
 
-TEST(ChannelFaults, HasNoMessageThatThereIsNoMemoryToStore)
+TEST(ChannelFaults, HasNoMessageIfThereIsNoMemoryToStoreIt)
 {
     const std::string frame = Frame(kLarge);
     LogCapture log;

@@ -224,7 +224,7 @@ TEST_F(DirectChannel, ReadsStraightFromTheInputAndNotifiesNobody)
     EXPECT_THAT(m_announced, IsEmpty());
 }
 
-TEST_F(DirectChannel, CancelsItsInputOnlyWhenToldAndReleasesTheOutputThenTheInput)
+TEST_F(DirectChannel, CancelsItsInputOnlyOnRequestAndReleasesTheOutputThenTheInput)
 {
     m_channel->Cancel();
     static_cast<IByteDataOutput&>(*m_channel).Cancel();
@@ -240,7 +240,7 @@ TEST_F(DirectChannel, CancelsItsInputOnlyWhenToldAndReleasesTheOutputThenTheInpu
     EXPECT_THAT(released, ElementsAre("output", "input"));
 }
 
-TEST_F(ThreadedChannel, AnnouncesAMessageAndReadsOnOnceItIsTaken)
+TEST_F(ThreadedChannel, AnnouncesAMessageAndReadsTheNextOnceItIsTaken)
 {
     EXPECT_FALSE(m_channel->IsDataAvaliable());
     Deliver("0123456789");
@@ -287,7 +287,7 @@ TEST_F(ThreadedChannel, CallsTheHandlerOnItsThreadLockedAndWithTheMessageStored)
     EXPECT_THAT(callStack, testing::EndsWith("in Thread (IO/TarselIO/CommunicationChannel.cpp)\n"));
 }
 
-TEST_F(ThreadedChannel, TakesAMessageThatIsThereAlready)
+TEST_F(ThreadedChannel, ReadsAMessageThatIsAlreadyThere)
 {
     for (int i = 0; i < 300 && !HasFailure(); ++i)
     {
@@ -342,7 +342,7 @@ TEST_F(ThreadedChannel, LosesNoWakeUpToAnInterruptedReader)
     }
 }
 
-TEST_F(ThreadedChannel, FillsUpAShortMessageWithWhatTheBufferHolds)
+TEST_F(ThreadedChannel, FillsAShortMessageWithTheOldBytesOfItsBuffer)
 {
     m_input->Give({{Bytes(4)}, {"ab"}, {Bytes(4)}, {"x"}, {Bytes(1)}, {"z"}, {Bytes(3)}, {""}});
     for (const auto& message : {"ab\0\0"s, "xb\0\0"s, "z"s, "z\0\0"s})
@@ -361,7 +361,7 @@ testing::Matcher<std::vector<LogLine>> Reports(const char* description)
                                       testing::Field(&LogLine::text, text)));
 }
 
-TEST_F(ThreadedChannel, StopsForGoodAtTheEndOfItsInputOrAFailure)
+TEST_F(ThreadedChannel, StopsForeverAtTheEndOfItsInputOrAFailure)
 {
     const Step boom = {"", [] { throw std::runtime_error("boom"); }};
     const Step number = {"", [] { throw 42; }};
@@ -406,7 +406,7 @@ TEST_F(ThreadedChannel, StopsForGoodAtTheEndOfItsInputOrAFailure)
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
-TEST_F(ThreadedChannel, IsDestroyedOnceABlockedInputReturnsAndDropsWhatThatBrings)
+TEST_F(ThreadedChannel, IsDestroyedOnceABlockedInputReturnsAndDropsItsBytes)
 {
     for (const auto& requests : {Sizes{8, 3, 8}, Sizes{8, 3, 8, 3}})
     {
@@ -445,7 +445,7 @@ void SwallowAnInterruption()
     }
 }
 
-TEST_F(ThreadedChannel, IsDestroyedThoughItsInputOrHandlerSwallowsTheInterruption)
+TEST_F(ThreadedChannel, IsDestroyedEvenIfItsInputOrHandlerSwallowsTheInterruption)
 {
     for (const int swallower : {0, 1, 2})  // the read of the length, that of the bytes, the handler
     {
@@ -465,7 +465,7 @@ TEST_F(ThreadedChannel, IsDestroyedThoughItsInputOrHandlerSwallowsTheInterruptio
     }
 }
 
-TEST_F(ThreadedChannel, IsDestroyedOnAThreadThatIsItselfToBeInterrupted)
+TEST_F(ThreadedChannel, IsDestroyedOnAThreadWithAPendingInterruption)
 {
     std::promise<void> interrupted;
     bool isPending = false;
@@ -497,7 +497,7 @@ TEST_F(ThreadedChannelDeathTest, RefusesToBeDestroyedOnItsOwnThread)
                  "F.* CommunicationChannel.cpp.* A communication channel is destroyed on its own background thread");
 }
 
-TEST_F(ThreadedChannel, LetsGoOfItsEndsWhenThereIsNoThreadToBeHad)
+TEST_F(ThreadedChannel, ReleasesItsStreamsIfNoThreadCanBeStarted)
 {
     pthread_attr_t usual;
     ASSERT_EQ(::pthread_getattr_default_np(&usual), 0);

@@ -48,7 +48,7 @@ TEST(DuplexPipe, ForwardsToBothSides)
     pipe->Cancel();
 }
 
-TEST(DuplexPipe, CancelsItsInputOnlyAndReleasesItsOutputFirst)
+TEST(DuplexPipe, CancelsOnlyItsInputAndReleasesItsOutputFirst)
 {
     StrictMock<MockEndpoint> input;
     StrictMock<MockEndpoint> output;

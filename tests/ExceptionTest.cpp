@@ -36,7 +36,7 @@ static_assert(!kTakesStack<std::runtime_error> && !kTakesStack<boost::exception>
 
 }  // namespace
 
-TEST(IOException, IsCaughtAsEachOfItsBasesAndToldByItsRecords)
+TEST(IOException, IsCaughtAsEachOfItsBasesAndDescribedByItsRecords)
 {
     EXPECT_THROW(SeekTooFar(), IOException);
     EXPECT_THROW(SeekTooFar(), CoreException);

@@ -554,7 +554,7 @@ struct LastBlockInput : ScriptedInput
     }
 };
 
-TEST(Guard, IsNotToldThatItsChannelHasNoMemory)
+TEST(Guard, IsNotNotifiedIfItsChannelRunsOutOfMemory)
 {
     FLAGS_minloglevel = google::GLOG_WARNING;
     LogCapture log;
@@ -576,7 +576,7 @@ TEST(Guard, IsNotToldThatItsChannelHasNoMemory)
 }
 
 // The sweep has looked at the descriptors of each of its runs; here the system itself has none left.
-TEST(Descriptors, RunOutLikeAnythingElse)
+TEST(Descriptors, RunOutWithoutALeak)
 {
 #ifdef KITIO_SANITIZER_NEEDS_DESCRIPTORS
     GTEST_SKIP() << "UndefinedBehaviorSanitizer looks at the memory of a class through a pipe of its own.";

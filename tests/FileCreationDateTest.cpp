@@ -89,7 +89,7 @@ struct Script : IDateServices, IDateFormatter
 
 }  // namespace
 
-TEST_F(FileCreationDate, AsksOneServiceAfterTheOtherUntilOneHasNoAnswer)
+TEST_F(FileCreationDate, AsksEachServiceInTurnUntilOneHasNoAnswer)
 {
     const std::vector<std::string> all = {
         "created ä", "formatter YYYY-MM-dd kk:mm:ss", "parse 1904-01-01 00:00:00", "birth ä", "format 55+0"};
@@ -104,7 +104,7 @@ TEST_F(FileCreationDate, AsksOneServiceAfterTheOtherUntilOneHasNoAnswer)
     EXPECT_THAT(*known.questions, testing::ElementsAre(all[0], all[1], all[2], "format 100+7"));
 }
 
-TEST_F(FileCreationDate, TellsTheBirthTimeOfTheFileBehindALink)
+TEST_F(FileCreationDate, ReturnsTheBirthTimeOfTheFileBehindALink)
 {
     // The program itself: /proc keeps no birth times, so only following the link can give one.
     constexpr auto program = "/proc/self/exe";
@@ -180,7 +180,7 @@ TEST_F(FileCreationDate, ReadsItsOwnTextInOtherCalendarsAndDigits)
     EXPECT_EQ(MakeFormatter("YYYY 'Year' w e")->Parse("2025 Year 1 1"), (Instant{1735430400, 0})) << "2024-12-29";
 }
 
-TEST_F(FileCreationDate, CountsWeeksAndWritesDigitsAsTheLocaleDoesAndRoundsDown)
+TEST_F(FileCreationDate, CountsWeeksAndWritesDigitsLikeTheLocaleAndRoundsDown)
 {
     EXPECT_EQ(Format({1735387200, 0}), "2024-12-28 12:00:00");
     EXPECT_EQ(Format({1735473600, 0}), "2025-12-29 12:00:00");  // Sunday, in the week of 1 January

@@ -35,7 +35,7 @@ struct FileFaults : testing::Test
 
 }  // namespace
 
-TEST_F(FileFaults, InputMakesOneCallAnOperation)
+TEST_F(FileFaults, InputMakesOneCallPerOperation)
 {
     auto stream = DataInputFile::Create(path);
     EXPECT_THAT(calls.Take(), ElementsAre("fopen(rb) = ok", kAtEnd, "ftell() = 10", "fseek(0, set) = 0"));
@@ -81,7 +81,7 @@ TEST_F(FileFaults, OutputMakesTheCallsOfAnOperationOnce)
     EXPECT_THAT(calls.Take(), ElementsAre("ftell() = -1", kClosed));
 }
 
-TEST_F(FileFaults, OutputSaysWhatFailedAndStaysUsable)
+TEST_F(FileFaults, OutputReportsWhatFailedAndStaysUsable)
 {
     const auto stream = DataOutputFile::Create(path);
     calls.Take();

@@ -75,7 +75,7 @@ std::string ReadNew(IDataInput& file)
 
 }  // namespace
 
-TEST(DataInputFile, ReadsWhereItStands)
+TEST(DataInputFile, ReadsAtItsPosition)
 {
     const TemporaryDirectory directory;
     const std::string path = directory.File("žluťoučký файл", "0123456789");
@@ -138,7 +138,7 @@ TEST(DataInputFile, ReportsWhatItCannotOpen)
     EXPECT_TRUE(DataInputFile(file).Good());
 }
 
-TEST(DataOutputFile, CreatesItsFileAndTheDirectoriesAboveAndWritesThrough)
+TEST(DataOutputFile, CreatesItsFileAndDirectoriesAndWritesThrough)
 {
     const TemporaryDirectory directory;
     const std::string path = directory.Path("a/β/ц/soubor");
@@ -173,7 +173,7 @@ TEST(DataOutputFile, SetsTheLengthOfItsFile)
     EXPECT_EQ(directory.Content(path), "12x");
 }
 
-TEST(DataOutputFile, SaysWhatTheSystemRefuses)
+TEST(DataOutputFile, ReportsWhatTheSystemRefuses)
 {
     const TemporaryDirectory directory;
     const std::string fifo = directory.Fifo("fifo");
@@ -219,7 +219,7 @@ TEST(DataOutputFile, ReportsThatItsFileMayNotGrow)
 }
 
 // Large writes come back short, and small ones throw.
-TEST(DataOutputFile, StandsAfterWhatReachedAFullDisk)
+TEST(DataOutputFile, IsPositionedAfterTheBytesThatReachedAFullDisk)
 {
     constexpr ioSize kRoom = 65000;
     constexpr ioSize kSize = 300000;
@@ -262,7 +262,7 @@ TEST(FileStreams, ReachBeyondFourGigabytes)
 }
 
 // The file system decides: ext4 ends at 2^44, others later.
-TEST(FileStreams, StayWhereTheyAreIfAPositionIsRefused)
+TEST(FileStreams, KeepTheirPositionIfANewOneIsRefused)
 {
     const TemporaryDirectory directory;
     const auto output = DataOutputFile::Create(directory.Path("file"));
@@ -287,7 +287,7 @@ TEST(FileStreams, StayWhereTheyAreIfAPositionIsRefused)
     EXPECT_LE(output->GetPosition(), kTooFar / 2);
 }
 
-TEST(PlaceholderStreams, CarryANameAndNoData)
+TEST(PlaceholderStreams, HaveANameAndNoData)
 {
     const TemporaryDirectory directory;
     const auto input = DataInputFF::Create(directory.Path("missing/file"));

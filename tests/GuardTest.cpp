@@ -62,7 +62,7 @@ struct Guard : testing::Test
     std::vector<FrameEnd> ends;
 };
 
-TEST_F(Guard, HandsOnAFrameOnceItIsWhole)
+TEST_F(Guard, PassesOnAFrameOnceItIsWhole)
 {
     const SP<Source> source(new Source(Frame("abcdef") + Frame("") + Frame("xyz")));
     Open(source);
@@ -96,7 +96,7 @@ const std::pair<std::string, FrameEnd> kEnds[] = {{"", FrameEnd::EndOfStream},
                                                   {Frame(kLongest.substr(1), kLimit), FrameEnd::CutPayload}};
 
 // A channel of either mode receives the whole frame and nothing more, and the program hears why.
-TEST_F(Guard, EndsAChannelAndTellsWhy)
+TEST_F(Guard, EndsAChannelAndReportsWhy)
 {
     LogCapture log;
     for (std::size_t i = 0; i < 2 * std::size(kEnds); ++i)
@@ -141,7 +141,7 @@ TEST_F(Guard, HoldsNoMoreThanTheLimit)
     EXPECT_THAT(ends, ElementsAre(FrameEnd::Farewell, FrameEnd::OverLimit));
 }
 
-TEST_F(Guard, LetsExceptionsThroughAndEnds)
+TEST_F(Guard, PassesOnExceptionsAndEnds)
 {
     const SP<Source> source(new Source(Frame("abc") + Frame("def")));
     for (const unsigned call : {0U, 1U})
@@ -158,7 +158,7 @@ TEST_F(Guard, LetsExceptionsThroughAndEnds)
     EXPECT_EQ(Read(8), "");
 }
 
-TEST_F(Guard, TellsOnlyThroughARawPipeThatAHeaderIsCut)
+TEST_F(Guard, ReportsACutHeaderOnlyThroughARawPipe)
 {
     const LogCapture log;
     const TemporaryDirectory directory;
@@ -181,8 +181,8 @@ TEST_F(Guard, TellsOnlyThroughARawPipeThatAHeaderIsCut)
 std::string LogWith(const std::string& environment)
 {
     const std::string program = std::filesystem::read_symlink("/proc/self/exe");
-    const std::string command = environment + " '" + program +
-                                "' --gtest_filter=Guard.TellsOnlyThroughARawPipeThatAHeaderIsCut 2>&1 >/dev/null";
+    const std::string command =
+        environment + " '" + program + "' --gtest_filter=Guard.ReportsACutHeaderOnlyThroughARawPipe 2>&1 >/dev/null";
     std::FILE* const output = ::popen(command.c_str(), "r");
     std::string lines;
     for (char block[1000]; std::fgets(block, sizeof block, output) != nullptr;)
@@ -193,7 +193,7 @@ std::string LogWith(const std::string& environment)
     return lines;
 }
 
-TEST(Log, IsQuietedByTheEnvironment)
+TEST(Log, IsSilencedByTheEnvironment)
 {
     const std::string everything = LogWith("GLOG_minloglevel=0");
     const std::string warnings = LogWith("GLOG_minloglevel=1");

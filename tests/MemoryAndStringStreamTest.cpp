@@ -77,7 +77,7 @@ TEST_P(InMemoryInput, ReadsWhatRemainsAndRefusesAPositionPastTheEnd)
 }
 
 // UndefinedBehaviorSanitizer watches that no pointer into a missing block is formed.
-TEST(DataInputMemory, NeedsNoBlockForNoBytes)
+TEST(DataInputMemory, ReadsNothingOfANullBlock)
 {
     for (const ioSize size : {0U, 5U})
     {
@@ -142,7 +142,7 @@ TEST_F(StringOutput, OverwritesAppendsAndMovesWithinItsString)
     Expect("abcd", 4);
 }
 
-TEST_F(StringOutput, TakesASizeAndMovesToAnEndThatIsNearer)
+TEST_F(StringOutput, SetsASizeAndMovesBackToANearerEnd)
 {
     m_stream->SetPosition(3);
     m_stream->SetSize(5);
@@ -153,7 +153,7 @@ TEST_F(StringOutput, TakesASizeAndMovesToAnEndThatIsNearer)
     Expect("A", 1);
 }
 
-TEST_F(StringOutput, FillsTheGapThatACutHasLeft)
+TEST_F(StringOutput, FillsTheGapAfterTheStringIsCut)
 {
     m_stream->SetPosition(3);
     m_target = "AB";

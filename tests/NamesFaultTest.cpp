@@ -51,7 +51,7 @@ extern "C" char* tempnam(const char* directory, const char* prefix) noexcept
     return name;
 }
 
-TEST_P(Names, AreWhatTheSystemMakesOfAFreshUuid)
+TEST_P(Names, AreWhatTheSystemMakesOfANewUuid)
 {
     for (int call = 0; call < 100; ++call)
     {
@@ -63,7 +63,7 @@ TEST_P(Names, AreWhatTheSystemMakesOfAFreshUuid)
     EXPECT_EQ(std::set<std::string>(prefixes.begin(), prefixes.end()).size(), 100U);
 }
 
-TEST_P(Names, FailWithoutANameOfTheSystem)
+TEST_P(Names, FailIfTheSystemHasNoName)
 {
     hasNames = false;
     // What boost has wrapped is a CoreException and not an IOException, which would be one too.

@@ -117,7 +117,7 @@ INSTANTIATE_TEST_SUITE_P(Seekable, CountedObject, testing::ValuesIn(kSeekable), 
 INSTANTIATE_TEST_SUITE_P(Bytewise, CountedObject, testing::ValuesIn(kBytewise), kNameOf);
 INSTANTIATE_TEST_SUITE_P(All, SeekableStream, testing::ValuesIn(kSeekable), kNameOf);
 
-TEST_P(CountedObject, LivesUntilTheLastReferenceGoes)
+TEST_P(CountedObject, LivesUntilTheLastReferenceIsDropped)
 {
     const IRefCountable& o = *m_object.detach();
     const int counts[] = {o.GetRefCount(), o.AddRef(), o.GetRefCount(), o.Release()};
@@ -148,7 +148,7 @@ TEST_P(CountedObject, IsNotChangedByCancelOrByReadingNothing)
     EXPECT_EQ(text, GetParam().text);
 }
 
-TEST_P(SeekableStream, KnowsThePathThatItWasMadeWith)
+TEST_P(SeekableStream, ReturnsThePathThatItWasCreatedWith)
 {
     const auto* const input = dynamic_cast<IDataInput*>(m_object.get());
     EXPECT_EQ(input ? input->GetFilename() : dynamic_cast<IDataOutput&>(*m_object).GetFilename(), GetParam().path);
@@ -175,7 +175,7 @@ TEST_P(SeekableStream, KeepsOtherThreadsOutForTheScopeOfAnAutoLock)
     EXPECT_EQ(count, 2000);
 }
 
-TEST(Factories, GiveOneReference)
+TEST(Factories, ReturnOneReference)
 {
     std::string text;
     unsigned long limit = 0;

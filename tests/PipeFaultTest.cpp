@@ -20,7 +20,7 @@ struct PipeFault : PipeFixture<End>
 };
 TYPED_TEST_SUITE(PipeFault, Ends, );
 
-TYPED_TEST(PipeFault, OpensUntilThereIsAnAnswerAndClosesOnce)
+TYPED_TEST(PipeFault, RetriesAnInterruptedOpenAndClosesOnce)
 {
     const std::string interrupted = "W The open syscall has been interrupted by a signal\n";
     this->watch.Script("open", {Fail(EINTR), Fail(EINTR), Fail(EMFILE), Fail(EINTR)});
@@ -33,7 +33,7 @@ TYPED_TEST(PipeFault, OpensUntilThereIsAnAnswerAndClosesOnce)
     EXPECT_THAT(this->watch.Take(), AllOf(SizeIs(6), Contains(this->opening), Contains("close() = -1")));
 }
 
-TYPED_TEST(PipeFault, MovesOnAfterInterruptionsAndPartsAndAfterAFailedRequest)
+TYPED_TEST(PipeFault, ContinuesAfterInterruptionsPartsAndAFailedRequest)
 {
     const std::string& call = TypeParam::kCall;
     const std::string interrupted = this->Trying("100") + TypeParam::kFailed +
@@ -48,7 +48,7 @@ TYPED_TEST(PipeFault, MovesOnAfterInterruptionsAndPartsAndAfterAFailedRequest)
     EXPECT_EQ(this->Lines(), interrupted + interrupted + this->Step("100", "60") + failed + this->Step("40", "40"));
 }
 
-TYPED_TEST(PipeFault, ClosesItsDescriptorWhenALineFailsAndBuildsNoneThatWouldNotBeShown)
+TYPED_TEST(PipeFault, ClosesItsDescriptorIfALogLineFailsAndBuildsNoHiddenLine)
 {
     const google::LogMessage outer(__FILE__, __LINE__);  // lines begun within another take memory of their own
     ThisThreadsMemory().largest = google::LogMessage::kMaxLogMessageLen;

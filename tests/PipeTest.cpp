@@ -117,7 +117,7 @@ TYPED_TEST(Pipe, OpensMovesInChunksAndCloses)
     EXPECT_EQ(this->Lines(), "I " + opened + '\n' + steps + this->closing);
 }
 
-TYPED_TEST(Pipe, FailsToOpenWhatIsMissing)
+TYPED_TEST(Pipe, FailsToOpenAMissingFile)
 {
     const std::string missing = this->directory.Path("missing");
     auto protocol = std::make_unique<StrictMock<MockProtocol>>();
@@ -173,7 +173,7 @@ TYPED_TEST(Pipe, HasNoDescriptorFromAHandle)
     EXPECT_EQ(this->Lines(), "E Protocol not defined.\n" + this->closing + this->notClosed);
 }
 
-TEST_F(InputPipe, AwaitsTheRestOfARequestUntilTheDataEnds)
+TEST_F(InputPipe, WaitsForTheRestOfARequestUntilTheDataEnds)
 {
     Open();
     Send(0, 60);

@@ -45,7 +45,7 @@ struct Protocol : Test
     LogCapture log;
 };
 
-TEST_F(Protocol, OfDefaultKindCarriesOnUntilAllIsMovedOrATransferFails)
+TEST_F(Protocol, OfDefaultKindContinuesUntilAllIsMovedOrATransferFails)
 {
     const auto check = [this](auto&& protocol)
     {

@@ -76,14 +76,14 @@ TEST(ioPath, KeepsUtf8TextAndComparesByComponents)
     EXPECT_TRUE(ioPath("a") < ioPath("b") && !(ioPath("b") < ioPath("a")) && !(ioPath("a") < ioPath("a")));
 }
 
-TEST(ioPath, IsNotMadeOfTheNullPointer)
+TEST(ioPath, IsNotMadeFromANullPointer)
 {
     EXPECT_FALSE((std::is_constructible_v<ioPath, std::nullptr_t>));
     EXPECT_FALSE((std::is_convertible_v<std::nullptr_t, ioPath>));
     EXPECT_TRUE((std::is_convertible_v<const char*, ioPath>));
 }
 
-TEST(ioPath, KeepsAZeroByteWhichTheSystemTakesForTheEnd)
+TEST(ioPath, KeepsAZeroByteThatTheSystemTakesForTheEnd)
 {
     const TemporaryDirectory directory;
     const std::string file = directory.File("file", "content");
@@ -96,7 +96,7 @@ TEST(ioPath, KeepsAZeroByteWhichTheSystemTakesForTheEnd)
     EXPECT_EQ(TemporaryDirectory::Content(file), "");
 }
 
-TEST(ioPath, TellsWhetherTheDirectoriesStandAfterwards)
+TEST(ioPath, ReportsWhetherTheDirectoriesExistAfterwards)
 {
     const TemporaryDirectory directory;
     const std::string file = directory.File("file", "");

@@ -144,7 +144,7 @@ struct SlowBuffer : std::stringbuf
     }
 };
 
-TEST(StdStream, StandardStreamsThatMoveInPartsLoseNothing)
+TEST(StdStream, StandardStreamsThatMovePartsLoseNothing)
 {
     SlowBuffer buffer(kText);
     std::iostream stream(&buffer);
@@ -189,7 +189,7 @@ TEST(StdStream, CountsLocksAndNamesLikeAnyStream)
     ExpectTheRestOfAStream(DataOutputOstream::Create(&text));
 }
 
-TEST(StdStream, SmallPiecesAreMovedTogetherAndLargeOnesPastTheBuffer)
+TEST(StdStream, SmallPiecesAreBufferedAndLargeOnesBypassTheBuffer)
 {
     const SP<ScriptedInput> source(new ScriptedInput(kText));
     InputStreambuf input(source, 10);
@@ -220,7 +220,7 @@ TEST(StdStream, SmallPiecesAreMovedTogetherAndLargeOnesPastTheBuffer)
     EXPECT_EQ(output.pubsync(), 0);
 }
 
-TEST(StdStream, MovesNothingForACountOfNothingOrLess)
+TEST(StdStream, MovesNothingForAZeroOrNegativeCount)
 {
     InputStreambuf input(DataInputString::Create(&kText));
     std::string written;
@@ -298,7 +298,7 @@ TEST(InputStreambuf, TurnsAFailureIntoBadbitAndKeepsIt)
     EXPECT_EQ(failure.description, "The stream ended before its size");
 }
 
-TEST(OutputStreambuf, BeginsAgainAfterAFailure)
+TEST(OutputStreambuf, WritesAgainAfterAFailure)
 {
     const SP<ScriptedOutput> target(new ScriptedOutput);
     target->failing = {1};
@@ -329,7 +329,7 @@ TEST(OutputStreambuf, BeginsAgainAfterAFailure)
     EXPECT_THROW(std::rethrow_exception(buffer.Failure()), std::runtime_error);
 }
 
-TEST(OutputStreambuf, WritesWhereItWasAfterASeekThatFailedHalfway)
+TEST(OutputStreambuf, WritesAtItsOldPositionAfterASeekThatFailedHalfway)
 {
     struct Target : ScriptedOutput
     {

@@ -30,7 +30,7 @@ const std::function<std::string(const SP<IDataInput>&)> kReaders[] = {
 
 }  // namespace
 
-TEST(StreamTools, ReadOnceFromWhereTheStreamStands)
+TEST(StreamTools, ReadOnceFromThePositionOfTheStream)
 {
     struct Case
     {
@@ -74,7 +74,7 @@ TEST(StreamTools, PassFailuresOn)
     }
 }
 
-TEST(StreamTools, WriteABufferOnceAndAsItLies)
+TEST(StreamTools, WriteABufferOnceAndUnchanged)
 {
     const std::string text("a\0bc", 4);
     const std::vector<uint8_t> bytes(text.begin(), text.end());
@@ -90,7 +90,7 @@ TEST(StreamTools, WriteABufferOnceAndAsItLies)
     EXPECT_EQ(BufferToStream(bytes, &output) + BufferToStream(text, &output), 4U) << "what Write returned";
 }
 
-TEST(StreamTools, LeaveTheCallersErrorsOfOpenSslAlone)
+TEST(StreamTools, KeepTheCallersOpenSslErrors)
 {
     const SP<ScriptedInput> stream(new ScriptedInput("abc"));
     for (const bool hasOwn : {false, true})

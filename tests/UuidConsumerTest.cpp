@@ -14,7 +14,7 @@
 #error "the library's choice of a random provider has reached a program"
 #endif
 
-TEST(ProgramWithUuidsOfItsOwn, KeepsItsRandomProvider)
+TEST(ProgramWithItsOwnUuids, KeepsItsRandomProvider)
 {
     EXPECT_STREQ(boost::uuids::detail::random_provider().name(), "getrandom");
 
