@@ -21,11 +21,11 @@ namespace
 constexpr ioSize kHuge = ~ioSize{0};
 constexpr auto kNone = std::nullopt;
 
-// Both throws of the reader look like this, apart from the line.
+// Both exceptions of the reader look like this, except for the line.
 constexpr char kThrower[] = "uint8_t Tarsel::Core::DataBitInput::ReadBitsInt(ioSize)";
 const auto kFailure = FieldsAre(kNone, kNone, kNone, kNone, kNone, kNone, "IO/TarselIO/DataBitInput.cpp", kThrower);
 
-// The model of the bits is a text of the digits 0 and 1. No value of the tests has more bits than these.
+// The model of the bits is a string of the digits 0 and 1. No value in the tests has more bits than this.
 using Bits = std::bitset<72>;
 
 std::string Digits(uint8_t value, std::size_t count)
@@ -74,7 +74,7 @@ TEST(DataBitOutput, AgreesWithAModel)
             writer.Flush();
             digits.append((8 - digits.size() % 8) % 8, '0');
         }
-        ASSERT_EQ(output->bytes, Bytes(digits)) << "each byte goes out as soon as it is complete";
+        ASSERT_EQ(output->bytes, Bytes(digits)) << "each byte is written as soon as it is complete";
     }
     EXPECT_THAT(output->writes, Each(1));
 }
@@ -91,7 +91,8 @@ TEST(DataBitInput, AgreesWithAModel)
         const std::size_t count = std::min<std::size_t>(random() % 71, digits.size() - at);
         ASSERT_EQ(Bits(reader.ReadBits(count)), Bits(digits, at, count) << 8 >> 8) << "the last 64 of the bits";
         at += count;
-        ASSERT_EQ(input->reads, std::vector<ioSize>((at + 7) / 8, 1)) << "a byte is fetched for a bit of it only";
+        ASSERT_EQ(input->reads, std::vector<ioSize>((at + 7) / 8, 1))
+            << "a byte is read only when a bit of it is needed";
         if (random() % 4 == 0)
         {
             reader.SkipBitsToNextByte();
@@ -113,7 +114,7 @@ TEST(DataBitInput, StepsWithinAByte)
     EXPECT_EQ(reader.BitsLeft(), 16U);
     EXPECT_EQ(reader.ReadBitsInt(3), 5);
     EXPECT_THAT(Thrown([&] { reader.ReadBitsInt(kHuge); }), kFailure);
-    EXPECT_EQ(reader.ReadBitsInt(8), 5) << "no more than is unread";
+    EXPECT_EQ(reader.ReadBitsInt(8), 5) << "only the unread bits";
     EXPECT_EQ(reader.ReadBitsInt(8), 0x3C);
     EXPECT_THAT(Thrown([&] { reader.ReadBitsInt(0); }), kFailure);
 }
@@ -127,10 +128,10 @@ TEST(DataBitInput, LosesTheBitsThatAFailedCallHasRead)
     EXPECT_THROW(reader.ReadBits(12), std::runtime_error);
     EXPECT_EQ(reader.BitsLeft(), 16U);
     EXPECT_EQ(reader.ReadBits(4), 0xCU);
-    for (const ioSize lie : {2U, 0U})
+    for (const ioSize wrongCount : {2U, 0U})
     {
-        input->result = lie;
-        EXPECT_THAT(Thrown([&] { reader.ReadBits(lie == 2 ? 5 : kHuge); }), kFailure);
+        input->result = wrongCount;
+        EXPECT_THAT(Thrown([&] { reader.ReadBits(wrongCount == 2 ? 5 : kHuge); }), kFailure);
         EXPECT_EQ(reader.BitsLeft(), 0U);
     }
 }
@@ -166,10 +167,10 @@ TEST(DataBitOutput, WritesAByteAgainAfterTheStreamHasThrown)
         writer.Flush();
         writer.WriteBits(1, 0);
         writer.WriteData(nullptr, 0);
-        EXPECT_THAT(output->writes, SizeIs(1)) << "nothing was to be appended";
+        EXPECT_THAT(output->writes, SizeIs(1)) << "there was nothing to append";
         EXPECT_THROW(writer.WriteData(&data, 1), std::runtime_error);
         writer.WriteBits(1, 1);
-        EXPECT_EQ(output->bytes, "\xAB") << "and not what the failed call was to append";
+        EXPECT_EQ(output->bytes, "\xAB") << "and nothing of the failed call";
         output->result = 0;
         writer.Flush();
         writer.WriteBits(1, 1);

@@ -32,7 +32,7 @@ std::string Frame(ioSize length)
     return std::string(reinterpret_cast<const char*>(&length), sizeof length) + std::string(length, 'x');
 }
 
-// Leaves the thread that reads no memory for what follows a payload.
+// Once it has read a payload, its thread can allocate no more memory.
 struct StarvingInput : DataInputString
 {
     using DataInputString::DataInputString;
@@ -71,10 +71,10 @@ TEST(GuardFaults, HoldsOnePayloadAtATime)
     EXPECT_LT(memory.peak, 3 * kLarge);
 }
 
-// ThreadSanitizer has a pthread_mutex_lock of its own, which has to stay.
+// ThreadSanitizer needs its own pthread_mutex_lock.
 #ifndef KITIO_SANITIZER_WATCHES_MUTEXES
 
-// Holds a thread up at one of the mutexes that it comes to.
+// Stops a thread before it locks a chosen mutex.
 thread_local int mutexesToGo = 0;
 std::atomic<bool> arrived = false;
 std::atomic<bool> mayGoOn = false;
@@ -88,7 +88,7 @@ void PauseAtChosenMutex()
     }
 }
 
-// Its Read returns when the test says so, and takes no notice of Cancel.
+// Its Read returns when the test allows it, and ignores Cancel.
 struct StubbornInput : DataInputString
 {
     explicit StubbornInput(const std::string* source) : DataInputString(source) {}
@@ -111,7 +111,7 @@ TEST(ChannelFaults, WakesAReaderThatIsAboutToWaitWhenItIsDestroyed)
     std::packaged_task<ioSize()> read(
         [plain = channel.get()]
         {
-            mutexesToGo = 2;  // the channel's, which it holds then, and the first of those of Boost's wait
+            mutexesToGo = 2;  // the channel's, which it then holds, and the first one that Boost's wait locks
             uint8_t byte = 0;
             return plain->Read(&byte, 1);
         });

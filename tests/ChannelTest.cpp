@@ -27,12 +27,12 @@ using Sizes = std::vector<ioSize>;
 namespace
 {
 
-constexpr std::chrono::milliseconds kMoment(20);  // how long to look at what must not go on meanwhile
+constexpr std::chrono::milliseconds kMoment(20);  // how long to watch for what must not happen
 constexpr auto kReady = std::future_status::ready;
-constexpr ioSize kInputsResult = 12345;  // unlike any count of bytes, to show where it goes
+constexpr ioSize kInputsResult = 12345;  // unlike any real count, to see where it is returned
 
-// Where a boost::thread has come to. Boost notes under its lock which condition a thread waits for, before anybody can
-// notify that condition in vain: no test has to guess.
+// Returns what a boost::thread is doing. Boost stores under its lock which condition a thread waits for, before any
+// notification of that condition can be lost: no test has to guess.
 using ThreadData = boost::detail::thread_data_base;
 std::string StageOf(ThreadData* thread)
 {
@@ -45,7 +45,7 @@ std::string Bytes(ioSize number)
     return {reinterpret_cast<const char*>(&number), sizeof number};
 }
 
-// What a Read of the input does: it delivers these bytes, or throws.
+// The outcome of one Read of the input: it delivers these bytes or throws.
 struct Step
 {
     std::string bytes;
@@ -54,15 +54,15 @@ struct Step
 
 std::vector<std::string> released;
 
-// Each Read takes the next step and blocks while there is none; Cancel ends that, unless told otherwise. The
-// placeholder beneath counts the references.
+// Each Read takes the next step and blocks while there is none; Cancel ends the wait, unless `obeysCancel` is false.
+// The base class counts the references.
 class BlockingInput : public DataInputFF
 {
 public:
     std::atomic<bool> obeysCancel = true;
     std::atomic<int> cancels = 0;
     std::function<void()> atCancel = [] {};
-    std::atomic<ThreadData*> thread = nullptr;  // the latest that has read
+    std::atomic<ThreadData*> thread = nullptr;  // the last one that called Read
 
     BlockingInput() : DataInputFF("") {}
     ~BlockingInput() override { released.emplace_back("input"); }
@@ -87,7 +87,7 @@ public:
     }
     void Cancel() override
     {
-        boost::this_thread::interruption_point();  // as anything may have that waits
+        boost::this_thread::interruption_point();  // as any function that waits may have one
         ++cancels;
         atCancel();
         Give(std::vector<Step>(obeysCancel ? 1 : 0));
@@ -112,7 +112,7 @@ public:
     void Cancel() override { ADD_FAILURE() << "the channel cancels its output"; }
 };
 
-// One Read of a channel on a boost::thread of its own, which waits or has ended when the constructor is done.
+// One Read of a channel on its own boost::thread, which waits or has ended when the constructor returns.
 class Reader
 {
 public:
@@ -133,7 +133,7 @@ public:
         Await([this] { return m_data != nullptr && StageOf(m_data) != "runs"; });
     }
     bool Waits() const { return StageOf(m_data) == "waits"; }
-    // What the Read brought. Throws what it threw.
+    // Returns what the Read delivered. Rethrows its exception.
     std::string Result() { return m_result.wait_for(kDeadline) == kReady ? m_result.get() : "still waits"; }
 
     Thread thread;
@@ -172,7 +172,7 @@ protected:
     ThreadedChannel() : DirectChannel(true) {}
     void Deliver(const std::string& message) { m_input->Give({{Bytes(message.size())}, {message}}); }
     std::string Receive(ioSize size) { return Reader(m_channel, size).Result(); }
-    // The thread has come there, and until then has asked its input for these sizes.
+    // Expects the thread in this state, after it has asked its input for these sizes.
     void ExpectThread(const char* stage, const Sizes& sizes)
     {
         Await([&] { return m_input->Requests().size() >= sizes.size() && StageOf(m_input->thread) == stage; });
@@ -182,7 +182,7 @@ protected:
     {
         return std::async(std::launch::async, [channel = std::move(m_channel)]() mutable { channel.reset(); });
     }
-    // Destroys the channel, which cancels its input and lets go of both ends, and makes another over a new input.
+    // Destroys the channel, which cancels its input and releases both streams, and makes another one over a new input.
     void Renew()
     {
         ASSERT_EQ(Destroy().wait_for(kDeadline), kReady);
@@ -256,7 +256,7 @@ TEST_F(ThreadedChannel, AnnouncesAMessageAndReadsTheNextOnceItIsTaken)
     EXPECT_THAT(m_announced, ElementsAre(10, 2));
     m_channel->SetDataAvailableHandler(nullptr);
     EXPECT_EQ(Receive(1), "a");
-    EXPECT_EQ(Receive(~ioSize{0}), "b") << "what remains";
+    EXPECT_EQ(Receive(~ioSize{0}), "b") << "the rest of the message";
     ExpectThread("waits", {8, 10, 8, 2, 8, 1});
     m_channel->SetDataAvailableHandler(this);
     EXPECT_TRUE(m_channel->IsDataAvaliable());
@@ -294,7 +294,7 @@ TEST_F(ThreadedChannel, ReadsAMessageThatIsAlreadyThere)
         m_input = new BlockingInput;
         Deliver("abc");
         m_channel = CommunicationChannel::Create(m_input, m_output, true);
-        if (i % 2 == 0)  // else it is destroyed wherever its thread has come to
+        if (i % 2 == 0)  // otherwise it is destroyed at any point of its thread's work
         {
             EXPECT_EQ(Receive(3), "abc");
         }
@@ -335,7 +335,7 @@ TEST_F(ThreadedChannel, LosesNoWakeUpToAnInterruptedReader)
         Reader interrupted(m_channel, 1);
         Reader other(m_channel, 1);
         Deliver("x");
-        // The message wakes one of them, mostly the first, which is often interrupted before it gets to the message.
+        // The message wakes one of them, mostly the first, which is often interrupted before it reads the message.
         Await([&] { return m_channel->IsDataAvaliable() || !interrupted.Waits() || !other.Waits(); });
         interrupted.thread.interrupt();
         Await([&] { return !m_channel->IsDataAvaliable(); });
@@ -351,7 +351,7 @@ TEST_F(ThreadedChannel, FillsAShortMessageWithTheOldBytesOfItsBuffer)
     }
 }
 
-// The log has one line, which reports an exception with this in its description.
+// Matches a log of one line that reports an exception whose description contains this text.
 testing::Matcher<std::vector<LogLine>> Reports(const char* description)
 {
     const char* const start = "A communication channel stops reading because of an exception. ";
@@ -368,7 +368,7 @@ TEST_F(ThreadedChannel, StopsForeverAtTheEndOfItsInputOrAFailure)
     const Step interruption = {"", [] { throw boost::thread_interrupted(); }};
     struct Ending
     {
-        std::size_t reads;  // that go well: of the length, and of the bytes, after which comes the handler
+        std::size_t reads;  // that succeed: of the length, then of the bytes; the handler is next
         Step step;
         testing::Matcher<std::vector<LogLine>> log;
     };
@@ -412,7 +412,7 @@ TEST_F(ThreadedChannel, IsDestroyedOnceABlockedInputReturnsAndDropsItsBytes)
     {
         m_input->obeysCancel = false;
         Deliver("abc");
-        EXPECT_EQ(Receive(3), "abc") << "which the channel's buffer holds from then on";
+        EXPECT_EQ(Receive(3), "abc") << "the channel's buffer keeps these bytes";
         m_input->Give(std::vector<Step>(requests.size() - 3, {Bytes(3)}));
         ExpectThread("runs", requests);
         Reader reader(m_channel, 3);
@@ -430,7 +430,7 @@ TEST_F(ThreadedChannel, IsDestroyedOnceABlockedInputReturnsAndDropsItsBytes)
     }
 }
 
-// Waits to be interrupted, and lets nobody see it.
+// Waits for an interruption and swallows it.
 void SwallowAnInterruption()
 {
     boost::mutex mutex;
@@ -447,7 +447,7 @@ void SwallowAnInterruption()
 
 TEST_F(ThreadedChannel, IsDestroyedEvenIfItsInputOrHandlerSwallowsTheInterruption)
 {
-    for (const int swallower : {0, 1, 2})  // the read of the length, that of the bytes, the handler
+    for (const int swallower : {0, 1, 2})  // the read of the length, the read of the bytes, the handler
     {
         const auto swallows = [&](int step) -> std::function<void()>
         {
@@ -457,7 +457,7 @@ TEST_F(ThreadedChannel, IsDestroyedEvenIfItsInputOrHandlerSwallowsTheInterruptio
             }
             return [] {};
         };
-        m_input->obeysCancel = false;  // nor is another Read needed
+        m_input->obeysCancel = false;  // the channel needs no other Read to end
         m_onDataAvailable = swallows(2);
         m_input->Give({{Bytes(3), swallows(0)}, {"abc", swallows(1)}});
         ExpectThread("waits", swallower == 0 ? Sizes{8} : Sizes{8, 3});
@@ -501,12 +501,13 @@ TEST_F(ThreadedChannel, ReleasesItsStreamsIfNoThreadCanBeStarted)
 {
     pthread_attr_t usual;
     ASSERT_EQ(::pthread_getattr_default_np(&usual), 0);
-    pthread_attr_t huge = usual;  // as to its stack, which no system can give
+    pthread_attr_t huge = usual;  // a stack that no system can provide
     ::pthread_attr_setstacksize(&huge, std::size_t{1} << 48);
     ASSERT_EQ(::pthread_setattr_default_np(&huge), 0);
     EXPECT_THROW(CommunicationChannel::Create(m_input, m_output, true), boost::thread_resource_error);
     ASSERT_EQ(::pthread_setattr_default_np(&usual), 0);
-    EXPECT_EQ(m_input->GetRefCount() + m_output->GetRefCount(), 4) << "those of the test and of its other channel";
+    EXPECT_EQ(m_input->GetRefCount() + m_output->GetRefCount(), 4)
+        << "the references of the test and of its other channel";
 }
 
 }  // namespace

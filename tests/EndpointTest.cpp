@@ -14,7 +14,7 @@ namespace
 
 uint8_t data[8];
 
-// One side of an endpoint: forwards to what is installed, holds one reference on it and logs when it is missing.
+// One side of an endpoint: it forwards to the installed pipe, holds one reference to it and logs an error without one.
 template <class Install, class Move>
 void ExpectSide(Install install, Move move, const std::string& name, const std::string& side)
 {

@@ -28,9 +28,9 @@
 #include "Support/SystemCalls.h"
 #include "Support/TemporaryDirectory.h"
 
-// Runs each scenario once for every call that it makes into the system and the allocator, and for every error, and
-// looks at how it ends. The log shows only what goes wrong, which comes after the fault: the one fault of a run never
-// befalls the log itself, which does not bear all of them.
+// Runs each scenario once for every call that it makes to the system and the allocator, and for every error, and checks
+// how it ends. The log shows only failures, which come after the fault: so the one fault of a run never hits the log
+// itself, which does not survive all of them.
 
 using namespace Tarsel;
 using namespace Tarsel::Core;
@@ -49,7 +49,7 @@ constexpr ioSize kSize = 2500;
 constexpr unsigned kPatience = 25;                              // seconds
 const bool kInMemory = ::setenv("TMPDIR", "/dev/shm", 0) == 0;  // a disk would take most of the time
 
-/// Where a scenario plays. All bytes are those of `pattern`, at whatever position they are read or written.
+/// What a scenario works on. All bytes that are read or written are those of `pattern`, at any position.
 struct Stage
 {
     Stage()
@@ -62,27 +62,27 @@ struct Stage
 
     const uint8_t* Data() const { return reinterpret_cast<const uint8_t*>(pattern.data()); }
 
-    /// Notes what is compared with a run without a fault.
+    /// Records a value that is compared with a run without a fault.
     void Saw(const std::string& what, ioSize value)
     {
         const Exempt notes;
         seen += what + ' ' + std::to_string(value) + '\n';
     }
-    /// The library says to have read these bytes, or to have written as many, up to `end`.
+    /// The library reports that it has read these bytes, or written as many, up to `end`.
     void Got(ioSize count)
     {
         const Exempt notes;
         const std::size_t where = pattern.find(std::string(buffer, buffer + count));
-        EXPECT_NE(where, std::string::npos) << count << " bytes that nobody sent";
+        EXPECT_NE(where, std::string::npos) << count << " bytes that were never sent";
         Saw("read from " + std::to_string(where), count);
-        std::fill_n(buffer, kSize, uint8_t{0});  // for what the next read is to bring
+        std::fill_n(buffer, kSize, uint8_t{0});  // for the next read to fill
     }
     void Wrote(ioSize count, ioSize end)
     {
         Saw("wrote", count);
         claimed = count != 0 ? end : claimed;
     }
-    /// What the log says has gone wrong, and whether reading has.
+    /// Collects the failures in the log and returns whether reading has failed.
     bool ReadingFailed()
     {
         const Exempt notes;
@@ -95,7 +95,7 @@ struct Stage
     static std::string Drain(int descriptor)
     {
         const Exempt notes;
-        char bytes[1U << 16U];  // more than there can be
+        char bytes[1U << 16U];  // more than there can ever be
         return {bytes, static_cast<std::size_t>(std::max<ssize_t>(::read(descriptor, bytes, sizeof bytes), 0))};
     }
 
@@ -105,13 +105,13 @@ struct Stage
     const std::string output = directory.Path("made/on/the/way");
     const std::string incoming = directory.Fifo("incoming");
     const std::string outgoing = directory.Fifo("outgoing");
-    const int inputsEnd = ::open(incoming.c_str(), O_RDWR | O_NONBLOCK);  // so that nobody waits
+    const int inputsEnd = ::open(incoming.c_str(), O_RDWR | O_NONBLOCK);  // so that no open waits
     const int outputsEnd = ::open(outgoing.c_str(), O_RDWR | O_NONBLOCK);
     LogCapture log;
     uint8_t buffer[kSize] = {};
     std::string seen;
     std::string lines;
-    ioSize claimed = 0;  // how much of the pattern is written, according to the library
+    ioSize claimed = 0;  // how much of the pattern the library claims to have written
 };
 
 void WritesAFile(Stage& stage)
@@ -270,7 +270,7 @@ void Talks(Stage& stage)
     stage.Got(!stage.ReadingFailed() ? channel->Read(stage.buffer, kSize) : 0);
     const ioSize count = channel->Write(stage.Data(), kSize);
     stage.Wrote(count, count);
-    int left = kThreaded ? 1 : 0;  // every run is to read the farewell, too
+    int left = kThreaded ? 1 : 0;  // every run must also read the empty frame
     wait([&] { return left == 0 || (::ioctl(stage.inputsEnd, FIONREAD, &left) == 0 && left == 0); });
 }
 
@@ -280,7 +280,7 @@ void AsksForNamesAndADate(Stage& stage)
     stage.Saw("names", GenerateTempFileName().size() + GeneratePipeName().size());
 }
 
-// What the programs that move a file do: from a file through a pipe to another file, and its digest.
+// Copies a file through a pipe to another file and computes its digest, as programs do.
 void MovesAFile(Stage& stage)
 {
     Stage::Drain(stage.inputsEnd);
@@ -293,26 +293,26 @@ void MovesAFile(Stage& stage)
     {
         count = input->Read(stage.buffer, 1000);
         count = writer->Write(stage.buffer, count) == count ? count : 0;
-        std::fill_n(stage.buffer, kSize, uint8_t{0});  // the reader is to bring it back
+        std::fill_n(stage.buffer, kSize, uint8_t{0});  // for the reader to fill again
         count = reader->Read(stage.buffer, count) == count ? count : 0;
         count = output->Write(stage.buffer, count) == count ? count : 0;
     }
     stage.Saw("digest", MD5Generate(DataInputFile::Create(stage.output), "a text").bytes[0]);
 }
 
-// Words are separated and enclosed by blanks.
+// Each word has a blank before and after it.
 bool Has(const std::string& words, const std::string& word)
 {
     return words.find(' ' + word + ' ') != std::string::npos;
 }
 
-// How a run may end when one of these functions fails, "function:4" by this error, "function:cut" by moving less; by
-// the last rule that applies.
-//   same     as if nothing had happened
-//   less     without an exception, but less was read or written, and the counts or the log say so
-//   system   IOException with the records of its class and the words of this very error
-//   other    IOException about what comes of it: a missing folder, the end of a stream
-//   memory, thread, name, random, digest, length: what passes through from others, and CoreException
+// How a run may end when one of these functions fails: "function:4" with this error, "function:cut" by moving fewer
+// bytes. The last rule that applies counts.
+//   same     as without the fault
+//   less     without an exception, but less was read or written, and the counts or the log show it
+//   system   IOException with the records of its class and the system's text for this error
+//   other    IOException about the consequence: a missing directory, the end of a stream
+//   memory, thread, name, random, digest, length: CoreException, and exceptions of other libraries
 using Rules = std::vector<std::pair<std::string, std::string>>;
 const Rules kRules = {{" malloc ", " memory system thread name same "},
                       {" close fclose signal ", " same "},
@@ -328,10 +328,10 @@ struct Scenario
 {
     const char* name;
     void (*play)(Stage& stage);
-    Rules rules = {};  // on top of those above
+    Rules rules = {};  // in addition to kRules
     friend std::ostream& operator<<(std::ostream& stream, const Scenario& scenario) { return stream << scenario.name; }
 };
-constexpr char kSeeks[] = " fseek ftell ";  // an input file has no way to report them, GetPosition neither
+constexpr char kSeeks[] = " fseek ftell ";  // neither an input file nor GetPosition can report these
 const Rules kThreadRules = {{" malloc ", " memory system thread less same "}, {" read ", " less same "}};
 const Scenario kScenarios[] = {
     {"WritesAFile", &WritesAFile, {{" ftell ", " system less "}}},
@@ -368,7 +368,7 @@ const Scenario kScenarios[] = {
       {kSeeks, " same less length system "},
       {" malloc ", " memory system digest same "}}}};
 
-// More than each call can give; none of them but the interruption is treated in a way of its own.
+// More than any one call can return. Only the interruption is handled differently from the others.
 const std::vector<int> kErrors = {EINTR,  EIO,    EAGAIN,  EBADF,  EACCES, ENOENT,   ENOMEM, ENOSPC,
                                   EMFILE, ENFILE, EPIPE,   EFAULT, EINVAL, EISDIR,   EFBIG,  EDQUOT,
                                   EROFS,  EPERM,  ENOTDIR, ENXIO,  ELOOP,  EOVERFLOW};
@@ -430,9 +430,9 @@ struct FaultSweep : testing::TestWithParam<Scenario>
             nullptr, allocate, reallocate, [](const void*, void* block) { std::free(block); }, &status);
         FLAGS_minloglevel = google::GLOG_WARNING;
         std::signal(SIGALRM, &StopAHang);
-        for (int warmUp = 0; warmUp != 2; ++warmUp)  // some things are made once, by ICU, OpenSSL and the log
+        for (int warmUp = 0; warmUp != 2; ++warmUp)  // ICU, OpenSSL and the log create some things only once
         {
-            LOG(ERROR) << "What follows is what goes wrong.";
+            LOG(ERROR) << "Expected failures follow.";
             Around([this] { points = CallsOf([this] { Play(0); }); });
             clean = stage.seen;
             cleanEnd = end;
@@ -453,7 +453,7 @@ struct FaultSweep : testing::TestWithParam<Scenario>
         }
     }
 
-    // Sets the stage, runs the scenario by `run` and checks what holds for every run.
+    // Prepares the stage, runs the scenario with `run` and checks what is true for every run.
     template <class Run>
     void Around(Run run)
     {
@@ -471,14 +471,14 @@ struct FaultSweep : testing::TestWithParam<Scenario>
         run();
         stage.ReadingFailed();
         const long left = LiveBlocks() - blocks;
-        EXPECT_TRUE(left == 0 || warm < 0) << left << " blocks of memory are lost";
-        EXPECT_EQ(OpenDescriptors(), descriptors) << "a descriptor is left";
+        EXPECT_TRUE(left == 0 || warm < 0) << left << " blocks of memory are leaked";
+        EXPECT_EQ(OpenDescriptors(), descriptors) << "a descriptor is leaked";
         std::string arrived = Stage::Drain(stage.outputsEnd) + TemporaryDirectory::Content(stage.output);
-        // A channel does not look at what becomes of the length.
+        // A channel does not check whether the length was written.
         const bool framed = arrived.rfind(Header(kSize), 0) == 0;
         stage.Saw("framed", framed);
         arrived.erase(0, framed ? sizeof(ioSize) : 0);
-        EXPECT_GE(arrived.size(), stage.claimed) << "something was not written";
+        EXPECT_GE(arrived.size(), stage.claimed) << "not everything was written";
         EXPECT_EQ(stage.pattern.rfind(arrived, 0), 0U) << "something else was written";
     }
 
@@ -489,12 +489,12 @@ struct FaultSweep : testing::TestWithParam<Scenario>
             failing + " at call " + std::to_string(point.number) + (point.background ? " in the background\n" : "\n");
         SCOPED_TRACE(current);
         unsigned fired = 0;
-        // Twice for an allocation: others keep what their first failure takes.
+        // Twice for an allocation: after its first failure another library may keep memory.
         for (warm = point.function == "malloc" ? -1 : 0; warm <= 0; ++warm)
         {
             Around([&] { fired = RunWithFault(point, outcome, [&] { Play(outcome.error); }); });
         }
-        EXPECT_EQ(fired, 1U) << "how often the fault came about";
+        EXPECT_EQ(fired, 1U) << "how often the fault occurred";
         const std::string shown = end != cleanEnd ? end : stage.seen != clean ? "less" : "same";
         std::string documented;
         for (const Rules& rules : {std::cref(kRules), std::cref(GetParam().rules)})
@@ -507,7 +507,7 @@ struct FaultSweep : testing::TestWithParam<Scenario>
         EXPECT_TRUE(Has(documented, shown)) << "ends as \"" << shown << "\", having seen\n" << stage.seen;
         const bool logged = Has(" read write ", point.function) && outcome.error != 0 && GetParam().name[0] != 'A';
         EXPECT_TRUE(!logged || stage.lines.find("errno == " + kind + ',') != std::string::npos)
-            << "the log does not tell why";
+            << "the log does not show why";
         ++runs;
     }
 
@@ -516,7 +516,7 @@ struct FaultSweep : testing::TestWithParam<Scenario>
     std::string end;
     std::string cleanEnd;
     std::string clean;
-    int warm = -1;  // whether everything exists that is made once
+    int warm = -1;  // negative while one-time allocations may still happen
     int runs = 0;
 };
 
@@ -542,7 +542,7 @@ TEST_P(FaultSweep, EndsAsDocumented)
     std::cout << points.size() << " calls, " << runs << " runs\n";
 }
 
-// Once it has delivered a payload, there is no memory for another copy of it.
+// Once it has delivered a payload, there is no memory for a second copy.
 struct LastBlockInput : ScriptedInput
 {
     using ScriptedInput::ScriptedInput;
@@ -572,14 +572,14 @@ TEST(Guard, IsNotNotifiedIfItsChannelRunsOutOfMemory)
     EXPECT_FALSE(channel->IsDataAvaliable());
     channel = nullptr;
     EXPECT_THAT(ends, testing::IsEmpty());
-    EXPECT_THAT(source->reads, testing::ElementsAre(8, payload.size())) << "the next message stays where it is";
+    EXPECT_THAT(source->reads, testing::ElementsAre(8, payload.size())) << "the next message is not read";
 }
 
-// The sweep has looked at the descriptors of each of its runs; here the system itself has none left.
+// The sweep checks the descriptors after each of its runs; in this test the process has no descriptor left.
 TEST(Descriptors, RunOutWithoutALeak)
 {
 #ifdef KITIO_SANITIZER_NEEDS_DESCRIPTORS
-    GTEST_SKIP() << "UndefinedBehaviorSanitizer looks at the memory of a class through a pipe of its own.";
+    GTEST_SKIP() << "UndefinedBehaviorSanitizer needs a pipe to check the memory of a class.";
 #endif
     FLAGS_minloglevel = google::GLOG_FATAL;
     Stage stage;

@@ -25,7 +25,7 @@ namespace
 constexpr std::int64_t kSummer = 1719871200;       // 2024-07-01 22:00:00 UTC
 constexpr std::uint32_t kLeapSecond = 1483228800;  // 2016-12-31 23:59:60 UTC, where leap seconds are counted
 
-// In UTC and in American English, before and after what a test chooses.
+// Sets UTC and American English before and after each test, which may choose others.
 struct FileCreationDate : testing::Test
 {
     FileCreationDate() { Use("UTC", "en_US"); }
@@ -35,7 +35,7 @@ struct FileCreationDate : testing::Test
     {
         UErrorCode status = U_ZERO_ERROR;
         icu::Locale::setDefault(icu::Locale(locale), status);
-        icu::TimeZone::adoptDefault(icu::TimeZone::createTimeZone("Asia/Tokyo"));  // which is not to matter
+        icu::TimeZone::adoptDefault(icu::TimeZone::createTimeZone("Asia/Tokyo"));  // which must not matter
         ::setenv("TZ", zone, 1);
     }
 
@@ -58,7 +58,7 @@ std::string ZoneWithALeapSecond()
     return "TZif" + std::string(16, '\0') + counts + utc + number(kLeapSecond) + number(1);
 }
 
-// Services and their formatter, which answer the first `answers` questions and write down each; copies share the list.
+// Services and their formatter, which answer the first `answers` questions and record each one; copies share the list.
 struct Script : IDateServices, IDateFormatter
 {
     Script(std::size_t count, Instant date) : answers(count), creation(date) {}
@@ -99,7 +99,7 @@ TEST_F(FileCreationDate, AsksEachServiceInTurnUntilOneHasNoAnswer)
         EXPECT_EQ(GetFileCreationDateString("ä", unknown), answers < all.size() ? "" : "a date");
         EXPECT_THAT(*unknown.questions, testing::ElementsAreArray(all.data(), std::min(answers + 1, all.size())));
     }
-    Script known(4, {100, 7});  // a fraction of a second from the date that stands for an unknown one
+    Script known(4, {100, 7});  // a fraction of a second after the date that means unknown
     EXPECT_EQ(GetFileCreationDateString("ä", known), "a date");
     EXPECT_THAT(*known.questions, testing::ElementsAre(all[0], all[1], all[2], "format 100+7"));
 }
@@ -173,7 +173,8 @@ TEST_F(FileCreationDate, ReadsItsOwnTextInOtherCalendarsAndDigits)
         EXPECT_EQ(Format({kSummer, 0}), text) << locale;
         EXPECT_EQ(MakeFormatter()->Parse(text), (Instant{kSummer, 0})) << locale;
     }
-    EXPECT_EQ(MakeFormatter()->Parse("1904-01-01 00:00:00"), (Instant{-2082844800, 0})) << "Gregorian years there, too";
+    EXPECT_EQ(MakeFormatter()->Parse("1904-01-01 00:00:00"), (Instant{-2082844800, 0}))
+        << "years are Gregorian there, too";
     EXPECT_EQ(MakeFormatter("'Y'YYYY-MM-dd")->Parse("Y2024-07-01"), (Instant{1719792000, 0}));
     Use("UTC", "en_US");
     EXPECT_EQ(MakeFormatter("YY-MM-dd")->Parse("24-07-01"), (Instant{1719792000, 0})) << "not the year 24";

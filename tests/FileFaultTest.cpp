@@ -110,10 +110,10 @@ TEST_F(FileFaults, OutputReportsWhatFailedAndStaysUsable)
           {cut, "fseek", {Fail(ENOSPC)}, kSetSize, {"ftell() = 5", "ftruncate(0) = 0", "fseek(0, set) = -1"}}})
     {
         calls.Script(function, outcomes);
-        EXPECT_THAT(Thrown(operation), Says(outcomes.back().error, thrower));
+        EXPECT_THAT(Thrown(operation), Reports(outcomes.back().error, thrower));
         EXPECT_EQ(calls.Take(), expected);
     }
     stream->SetPosition(3);
     EXPECT_EQ(stream->Write(buffer, 2), 2U);
-    EXPECT_EQ(directory.Content(path), "01201") << "what the failed flush kept came first";
+    EXPECT_EQ(directory.Content(path), "01201") << "the bytes that the failed flush kept are written first";
 }

@@ -47,7 +47,7 @@ ioSize Write(const SP<IDataOutput>& stream, const std::string& text)
     return stream->Write(reinterpret_cast<const uint8_t*>(text.data()), text.size());
 }
 
-// Whether all of it is in the file. If not, GetPosition() reports how far it got.
+// Returns whether all bytes are in the file. If not, GetPosition() returns how far the write got.
 bool WriteAll(IDataOutput& output, const uint8_t* data, ioSize size)
 {
     try
@@ -60,10 +60,10 @@ bool WriteAll(IDataOutput& output, const uint8_t* data, ioSize size)
     }
 }
 
-// What has been appended since the last call.
+// Returns what was appended since the last call.
 std::string ReadNew(IDataInput& file)
 {
-    file.SetPosition(file.GetPosition());  // forgets that this was the end
+    file.SetPosition(file.GetPosition());  // clears the stream's end of file
     uint8_t block[1000];
     std::string text;
     while (const ioSize count = file.Read(block, sizeof block))
@@ -181,14 +181,14 @@ TEST(DataOutputFile, ReportsWhatTheSystemRefuses)
     const std::string below = directory.File("file", "") + "/below";
     for (const auto& [path, error] : {std::pair(directory.Path(""), EISDIR), {below, ENOTDIR}, {fifo, ESPIPE}})
     {
-        EXPECT_THAT(Thrown([&name = path] { DataOutputFile::Create(name); }), Says(error, kConstructor));
+        EXPECT_THAT(Thrown([&name = path] { DataOutputFile::Create(name); }), Reports(error, kConstructor));
     }
     ::close(otherEnd);
-    EXPECT_THAT(Thrown([] { Write(DataOutputFile::Create("/dev/full"), "abc"); }), Says(ENOSPC, kWrite));
+    EXPECT_THAT(Thrown([] { Write(DataOutputFile::Create("/dev/full"), "abc"); }), Reports(ENOSPC, kWrite));
     const auto stream = DataOutputFile::Create(directory.Path("file"));
     Write(stream, "123");
-    EXPECT_THAT(Thrown([&] { stream->SetPosition(kTooFar); }), Says(EINVAL, kSetPosition));
-    EXPECT_THAT(Thrown([&] { stream->SetSize(kTooFar); }), Says(EINVAL, kSetSize));
+    EXPECT_THAT(Thrown([&] { stream->SetPosition(kTooFar); }), Reports(EINVAL, kSetPosition));
+    EXPECT_THAT(Thrown([&] { stream->SetSize(kTooFar); }), Reports(EINVAL, kSetSize));
     EXPECT_EQ(stream->GetPosition(), 3U);
 }
 
@@ -200,11 +200,11 @@ TEST(DataOutputFile, WaitsForTheReaderOfAPipeBeforeItRefusesIt)
         std::async(std::launch::async, [&fifo] { return Thrown([&fifo] { DataOutputFile::Create(fifo); }); });
     EXPECT_EQ(refused.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     const int reader = ::open(fifo.c_str(), O_RDWR);
-    EXPECT_THAT(refused.get(), Says(ESPIPE, kConstructor));
+    EXPECT_THAT(refused.get(), Reports(ESPIPE, kConstructor));
     ::close(reader);
 }
 
-// The limit holds for what the test itself prints, too.
+// The limit also applies to the output of the test itself.
 TEST(DataOutputFile, ReportsThatItsFileMayNotGrow)
 {
     const TemporaryDirectory directory;
@@ -213,12 +213,12 @@ TEST(DataOutputFile, ReportsThatItsFileMayNotGrow)
     const auto write = Thrown([&] { Write(stream, "0123456789abc"); });
     const auto setSize = Thrown([&] { stream->SetSize(11); });
     limit.reset();
-    EXPECT_THAT(write, Says(EFBIG, kWrite));
-    EXPECT_THAT(setSize, Says(EFBIG, kSetSize));
+    EXPECT_THAT(write, Reports(EFBIG, kWrite));
+    EXPECT_THAT(setSize, Reports(EFBIG, kSetSize));
     EXPECT_EQ(directory.Content(directory.Path("file")), "0123456789");
 }
 
-// Large writes come back short, and small ones throw.
+// Large writes return a short count, and small ones throw.
 TEST(DataOutputFile, IsPositionedAfterTheBytesThatReachedAFullDisk)
 {
     constexpr ioSize kRoom = 65000;
@@ -261,7 +261,7 @@ TEST(FileStreams, ReachBeyondFourGigabytes)
     EXPECT_EQ(input->GetPosition(), kFar + 3);
 }
 
-// The file system decides: ext4 ends at 2^44, others later.
+// The limit depends on the file system: 2^44 on ext4, higher on others.
 TEST(FileStreams, KeepTheirPositionIfANewOneIsRefused)
 {
     const TemporaryDirectory directory;
@@ -280,7 +280,7 @@ TEST(FileStreams, KeepTheirPositionIfANewOneIsRefused)
         else
         {
             EXPECT_EQ(input->GetPosition(), before);
-            EXPECT_THAT(Thrown([&] { output->SetPosition(position); }), Says(EINVAL, kSetPosition));
+            EXPECT_THAT(Thrown([&] { output->SetPosition(position); }), Reports(EINVAL, kSetPosition));
             EXPECT_EQ(output->GetPosition(), before);
         }
     }

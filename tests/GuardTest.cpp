@@ -75,7 +75,7 @@ TEST_F(Guard, PassesOnAFrameOnceItIsWhole)
     EXPECT_EQ(Read(1), "e");
     EXPECT_EQ(Read(100), "f");
     EXPECT_EQ(Read(8), Frame(""));
-    EXPECT_THAT(ends, ElementsAre(FrameEnd::Farewell)) << "after which a direct channel may go on";
+    EXPECT_THAT(ends, ElementsAre(FrameEnd::Farewell)) << "after it a direct channel may continue";
     EXPECT_EQ(Read(8), Frame("", 3));
     EXPECT_THAT(source->reads, ElementsAre(8, 6, 8, 8, 3));
     input->Cancel();
@@ -85,7 +85,7 @@ TEST_F(Guard, PassesOnAFrameOnceItIsWhole)
     EXPECT_EQ(Read(8), "x");
 }
 
-// What follows a frame of the greatest length, and as what it counts.
+// What follows a frame of the greatest length, and the end that it counts as.
 const std::pair<std::string, FrameEnd> kEnds[] = {{"", FrameEnd::EndOfStream},
                                                   {"\1", FrameEnd::CutHeader},
                                                   {Frame("").substr(1), FrameEnd::CutHeader},
@@ -95,7 +95,7 @@ const std::pair<std::string, FrameEnd> kEnds[] = {{"", FrameEnd::EndOfStream},
                                                   {Frame("", 1), FrameEnd::CutPayload},
                                                   {Frame(kLongest.substr(1), kLimit), FrameEnd::CutPayload}};
 
-// A channel of either mode receives the whole frame and nothing more, and the program hears why.
+// In both modes a channel receives the whole frame and nothing more, and the program is notified of the reason.
 TEST_F(Guard, EndsAChannelAndReportsWhy)
 {
     LogCapture log;
@@ -114,9 +114,9 @@ TEST_F(Guard, EndsAChannelAndReportsWhy)
         EXPECT_EQ(channel->Read(reinterpret_cast<uint8_t*>(message.data()), kLimit), kLimit);
         EXPECT_EQ(message, kLongest);
         EXPECT_EQ(threaded ? 0 : channel->ReadHeader(), 0);
-        std::future<FrameEnd> told = why.get_future();
-        ASSERT_EQ(told.wait_for(kDeadline), std::future_status::ready);
-        EXPECT_EQ(told.get(), end);
+        std::future<FrameEnd> reported = why.get_future();
+        ASSERT_EQ(reported.wait_for(kDeadline), std::future_status::ready);
+        EXPECT_EQ(reported.get(), end);
         EXPECT_FALSE(channel->IsDataAvaliable());
         const std::size_t reads = source->reads.size();
         EXPECT_EQ(threaded || end == FrameEnd::Farewell ? 0 : channel->ReadHeader(), 0);
@@ -177,7 +177,7 @@ TEST_F(Guard, ReportsACutHeaderOnlyThroughARawPipe)
     EXPECT_THAT(ends, ElementsAre(End::EndOfStream, End::CutHeader, End::CutPayload, End::CutPayload));
 }
 
-// What the test before this one writes to standard error when it is started like this.
+// Runs the test before this one with these variables and returns what it writes to standard error.
 std::string LogWith(const std::string& environment)
 {
     const std::string program = std::filesystem::read_symlink("/proc/self/exe");

@@ -25,7 +25,7 @@ const uint8_t* Bytes(const std::string& text)
     return reinterpret_cast<const uint8_t*>(text.data());
 }
 
-// What a Read of `size` bytes gives. It stores nothing behind them.
+// Returns the bytes of a Read of `size` bytes, which must store nothing after them.
 std::string Read(IDataInput& stream, ioSize size)
 {
     uint8_t data[] = "########";
@@ -76,7 +76,7 @@ TEST_P(InMemoryInput, ReadsWhatRemainsAndRefusesAPositionPastTheEnd)
     EXPECT_EQ(Read(*m_stream, 2), "\xE9");
 }
 
-// UndefinedBehaviorSanitizer watches that no pointer into a missing block is formed.
+// UndefinedBehaviorSanitizer checks that no pointer into the null block is formed.
 TEST(DataInputMemory, ReadsNothingOfANullBlock)
 {
     for (const ioSize size : {0U, 5U})

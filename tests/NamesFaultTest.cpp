@@ -23,7 +23,7 @@ constexpr char kDescription[] = "Failed to generate temp name";
 constexpr char kFile[] = "IO/TarselIO/IPCTools.cpp";
 constexpr char kThrower[] = "Tarsel::Core::(anonymous namespace)::SafeTempName::SafeTempName(const std::string &)";
 
-// What the system was asked for, and whether it has a name to give.
+// The names that the system was asked for, and whether it provides one.
 std::vector<std::string> prefixes;
 std::string systemsName;
 bool hasNames = true;
@@ -45,7 +45,7 @@ INSTANTIATE_TEST_SUITE_P(Both, Names, Values(&GenerateTempFileName, &GeneratePip
 extern "C" char* tempnam(const char* directory, const char* prefix) noexcept
 {
     auto* const real = reinterpret_cast<decltype(&::tempnam)>(::dlsym(RTLD_NEXT, "tempnam"));
-    prefixes.emplace_back(directory == nullptr ? prefix : "in a directory of its own");
+    prefixes.emplace_back(directory == nullptr ? prefix : "in another directory");
     char* const name = hasNames ? real(directory, prefix) : nullptr;
     systemsName = name != nullptr ? name : "";
     return name;
@@ -56,7 +56,7 @@ TEST_P(Names, AreWhatTheSystemMakesOfANewUuid)
     for (int call = 0; call < 100; ++call)
     {
         EXPECT_EQ(GetParam()(), systemsName);
-        EXPECT_NE(::access(systemsName.c_str(), F_OK), 0) << "a name, but nothing that goes by it";
+        EXPECT_NE(::access(systemsName.c_str(), F_OK), 0) << "a name, but no file";
         EXPECT_EQ(device.Take(), oneDraw);
     }
     EXPECT_THAT(prefixes, Each(MatchesRegex("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}")));
@@ -66,9 +66,9 @@ TEST_P(Names, AreWhatTheSystemMakesOfANewUuid)
 TEST_P(Names, FailIfTheSystemHasNoName)
 {
     hasNames = false;
-    // What boost has wrapped is a CoreException and not an IOException, which would be one too.
+    // Boost's wrapper shows the exact class: a CoreException, not the IOException that is derived from it.
     const Records records = Thrown<boost::wrapexcept<CoreException>>(GetParam());
     EXPECT_THAT(records, FieldsAre(kNone, kDescription, kNone, Optional(Not("")), kNone, kNone, kFile, kThrower));
     EXPECT_EQ(device.Take(), oneDraw);
-    EXPECT_THAT(prefixes, SizeIs(1)) << "nothing is tried again";
+    EXPECT_THAT(prefixes, SizeIs(1)) << "no second try";
 }

@@ -27,7 +27,7 @@ struct Observed : Stream
     ~Observed() override { ++destructions; }
 };
 
-// Only from a base that is not virtual does a static_cast lead back to the class.
+// A static_cast from a base to its class compiles only if the base is not virtual.
 template <class Base, class Class, class = void>
 constexpr bool kIsVirtual = std::is_base_of_v<Base, Class>;
 template <class Base, class Class>
@@ -35,7 +35,7 @@ constexpr bool kIsVirtual<Base, Class, std::void_t<decltype(static_cast<Class*>(
 template <class Base, class... Classes>
 constexpr bool kVirtual = (kIsVirtual<Base, Classes> && ...);
 
-// One of the concrete classes, with its path and what two reads of 2 bytes give.
+// One of the concrete classes, with its path and the result of two reads of 2 bytes.
 struct Kind
 {
     const char* name;
@@ -57,7 +57,7 @@ const std::string kSource = "abcd";
 std::string target;
 void* const kNoHandle = nullptr;
 
-// A program's own class.
+// A class that a program defines.
 struct OwnInput : RefCounted<IByteDataInput>
 {
     ioSize Read(uint8_t* /*data*/, ioSize /*size*/) override { return 0; }
@@ -80,7 +80,7 @@ const Kind kBytewise[] = {
     Of<CommunicationChannel, IDataChannel>("Channel", "", "", DataInputFF::Create(""), DataOutputFF::Create(""), false),
     Of<OwnInput, IByteDataInput>("RefCounted", "", "")};
 
-// Does `work` on two threads at the same time, each with a copy of its own.
+// Runs `work` on two threads at the same time, each with its own copy.
 template <class Work>
 void OnTwoThreads(int times, Work work)
 {
@@ -206,8 +206,8 @@ TEST(AutoLock, EndsTheProcessWhenUnlockThrows)
     EXPECT_EXIT(AutoLock{&stubborn}, testing::KilledBySignal(SIGABRT), "not yours");
 }
 
-// Whether the virtual functions follow one another in the virtual table. By the Itanium C++ ABI the first word of a
-// pointer to a virtual function tells its slot.
+// Returns whether the virtual functions are in this order in the virtual table. In the Itanium C++ ABI the first word
+// of a pointer to a virtual function gives its slot.
 template <class... Functions>
 bool InOrder(std::size_t first, Functions... functions)
 {
@@ -215,7 +215,7 @@ bool InOrder(std::size_t first, Functions... functions)
     return ((std::memcpy(&word, &functions, sizeof word), word / sizeof(void*) == first++) && ...);
 }
 
-// Behind the two slots of the destructor.
+// The first two slots are the destructor's.
 template <class S>
 struct Order
 {

@@ -50,7 +50,7 @@ TYPED_TEST(PipeFault, ContinuesAfterInterruptionsPartsAndAFailedRequest)
 
 TYPED_TEST(PipeFault, ClosesItsDescriptorIfALogLineFailsAndBuildsNoHiddenLine)
 {
-    const google::LogMessage outer(__FILE__, __LINE__);  // lines begun within another take memory of their own
+    const google::LogMessage outer(__FILE__, __LINE__);  // lines that begin inside of another one allocate memory
     ThisThreadsMemory().largest = google::LogMessage::kMaxLogMessageLen;
     EXPECT_THROW(this->Open(), std::bad_alloc);
     FLAGS_minloglevel = google::GLOG_WARNING;
@@ -64,7 +64,7 @@ TEST(DuplexPipeFault, MakesOneTransferPerRequestByItself)
 {
     SystemCallWatch watch(-1);
     watch.Script("read", {Pretend(60), Fail(EIO)});
-    watch.Script("write", {Pretend(30), Pretend(0), Fail(EIO)});  // to write nothing is no failure
+    watch.Script("write", {Pretend(30), Pretend(0), Fail(EIO)});  // writing nothing is not a failure
     std::vector<uint8_t> data(100);
     unsigned long limit = 0;
     const auto pipe = Tarsel::Core::DataInputOutputPipe::Create("", false, limit);

@@ -21,7 +21,7 @@ using InputPipe = Pipe<InputEnd>;
 using OutputPipe = Pipe<OutputEnd>;
 TYPED_TEST_SUITE(Pipe, Ends, );
 
-// Interrupts this thread every millisecond, by a signal after which no call goes on by itself.
+// Interrupts this thread every millisecond, with a signal that does not restart system calls.
 struct SignalStorm
 {
     SignalStorm()
@@ -49,7 +49,7 @@ TYPED_TEST(Pipe, LosesNothingInAStormOfSignals)
     this->sent.resize(kSize);
     this->received.resize(kSize);
     std::generate(this->sent.begin(), this->sent.end(), std::minstd_rand());
-    // The other side lets the library's end wait, each time until it has been interrupted.
+    // The other side makes the library's end wait, each time until it has been interrupted.
     const auto awaitInterruption = [this](const std::string& call)
     {
         std::atomic<bool> interrupted = false;
@@ -89,7 +89,7 @@ TYPED_TEST(Pipe, LosesNothingInAStormOfSignals)
             ++interruptions;
             EXPECT_THAT(lines[i].text, HasSubstr(" failed, errno == 4, descrption:Interrupted system call"));
             EXPECT_EQ(lines[i + 1].text.rfind(again, 0), 0);
-            EXPECT_EQ(lines[i + 2], lines[i - 1]) << "the same request again";
+            EXPECT_EQ(lines[i + 2], lines[i - 1]) << "the same request is repeated";
         }
     }
     EXPECT_GE(interruptions, 8);
@@ -190,14 +190,14 @@ TEST_F(InputPipe, WaitsForTheRestOfARequestUntilTheDataEnds)
     Send(0, 1500);
     EXPECT_TRUE(pipe->ReadRaw(Data(), 500, nullptr));
     Detach();
-    EXPECT_EQ(Move(2500), 0) << "a part counts as nothing";
+    EXPECT_EQ(Move(2500), 0) << "an incomplete transfer returns 0";
 }
 
 TEST_F(OutputPipe, FailsWithoutAReaderAndWritesToALaterOne)
 {
     Open();
     log.When("1024 bytes", [this] { Detach(); });
-    EXPECT_EQ(Move(2500), 0) << "a part counts as nothing";
+    EXPECT_EQ(Move(2500), 0) << "an incomplete transfer returns 0";
     EXPECT_EQ(Lines(), Step("1024", "1024") + Failed("1024", "32", "Broken pipe"));
     Attach();
     log.When("1024 bytes", [this] { Detach(); });

@@ -32,10 +32,10 @@ TEST(GetCallStack, NamesTheCallingThreadsFramesWithoutAnotherProcess)
 {
     static volatile std::sig_atomic_t childEnded = 0;
     const auto previous = std::signal(SIGCHLD, [](int) { childEnded = 1; });
-    // The first of the program's own calls, that of `main`, is made by the C library on the main thread only.
+    // The C library calls `main` on the main thread only.
     const std::string frames = GetCallStack();
     EXPECT_THAT(frames, AllOf(HasSubstr("__libc_start_main"), Not(HasSubstr("GetCallStack"))));
-    // Not by backtrace(), to which sanitizers add a frame of their own.
+    // Not with backtrace(), to which sanitizers add a frame.
     int expected = 0;
     const auto countFrame = [](_Unwind_Context* frame, void* count)
     { return *static_cast<int*>(count) += ::_Unwind_GetIP(frame) != 0 ? 1 : 0, _URC_NO_REASON; };

@@ -28,7 +28,7 @@ namespace
 constexpr ioSize kFar = (ioSize{1} << 32) + 12345;
 const std::string kText = "first\nsecond line\n\nthe last one, which is longer than all others";
 
-// Room for `size` bytes, with others in it.
+// A buffer of `size` bytes that is filled with other bytes.
 std::string bytes;
 uint8_t* Data(std::size_t size)
 {
@@ -64,7 +64,7 @@ const Steps<IDataOutput> kOutputs = {
     [](auto& s, auto n) { return s.SetSize(s.GetSize() + n), ""; },
     [](auto& s, auto n) { return std::to_string(*Thrown([&] { s.SetPosition(s.GetSize() + n + 1); }).seek); }};
 
-// Takes many of the steps on ours and theirs, which are to show the same.
+// Takes many of the steps on our buffer and the standard one, and compares what they show.
 template <class Subject>
 void Compare(const Steps<Subject>& steps, Subject& ours, Subject& theirs)
 {
@@ -203,7 +203,7 @@ TEST(StdStream, SmallPiecesAreBufferedAndLargeOnesBypassTheBuffer)
     EXPECT_EQ(input.in_avail() + input.pubsync(), 0);
     EXPECT_EQ(input.pubseekoff(0, ios::cur, ios::out), -1) << "the other direction";
     source->size = ioSize{1} << 63;
-    EXPECT_EQ(input.pubseekoff(-100, ios::end), -1) << "farther than an offset tells";
+    EXPECT_EQ(input.pubseekoff(-100, ios::end), -1) << "farther than an offset can reach";
 
     const SP<ScriptedOutput> target(new ScriptedOutput);
     OutputStreambuf output(target, 4);
@@ -214,7 +214,7 @@ TEST(StdStream, SmallPiecesAreBufferedAndLargeOnesBypassTheBuffer)
     EXPECT_THAT(target->writes, testing::ElementsAre(4));
     EXPECT_EQ(output.sputn(data, 2), 2);
     EXPECT_EQ(output.sputn(data, 1), 1);
-    EXPECT_THAT(target->writes, testing::ElementsAre(4)) << "what just fits stays";
+    EXPECT_THAT(target->writes, testing::ElementsAre(4)) << "a piece that just fits is buffered";
     EXPECT_EQ(output.sputn(data, 5), 5);
     EXPECT_THAT(target->writes, testing::ElementsAre(4, 4, 5));
     EXPECT_EQ(output.pubsync(), 0);
@@ -238,7 +238,7 @@ TEST(StdStream, MovesNothingForAZeroOrNegativeCount)
     EXPECT_EQ(input.sbumpc(), 'i');
 }
 
-// Writes and reads a word at a position that takes more than 32 bits, through each of the four classes.
+// Writes and reads a word at a position beyond 32 bits, through each of the four classes.
 TEST(StdStream, PositionsHave64Bits)
 {
     const TemporaryDirectory directory;
@@ -248,7 +248,7 @@ TEST(StdStream, PositionsHave64Bits)
         std::ostream file(&buffer);
         std::filesystem::resize_file(path, kFar);
         file.seekp(kFar) << "middle";
-        EXPECT_EQ(file.seekp(0).seekp(-3, ios::end).tellp(), kFar + 3) << "the stream itself tells that its size is 0";
+        EXPECT_EQ(file.seekp(0).seekp(-3, ios::end).tellp(), kFar + 3) << "the stream itself reports the size 0";
     }
     std::ofstream target(path, ios::in | ios::out);
     const SP<IDataOutput> output = DataOutputOstream::Create(&target);
@@ -273,8 +273,8 @@ TEST(InputStreambuf, TurnsAFailureIntoBadbitAndKeepsIt)
     source->failing = {1, 2};
     InputStreambuf buffer(source, 4);
     std::istream text(&buffer);
-    EXPECT_EQ(text.get() == 'f' ? buffer.in_avail() : 0, 3) << "what it has read ahead";
-    EXPECT_EQ(text.sync() + static_cast<int>(source->GetPosition()), 1) << "now where the reader is";
+    EXPECT_EQ(text.get() == 'f' ? buffer.in_avail() : 0, 3) << "the bytes that it has read ahead";
+    EXPECT_EQ(text.sync() + static_cast<int>(source->GetPosition()), 1) << "back at the reader's position";
     std::string word;
     EXPECT_EQ(buffer.Failure(), nullptr);
     EXPECT_TRUE((text >> word).bad());
@@ -291,7 +291,7 @@ TEST(InputStreambuf, TurnsAFailureIntoBadbitAndKeepsIt)
     const TemporaryDirectory directory;
     const std::string path = directory.File("shrinks", std::string(100'000, 'x'));
     InputStreambuf file(DataInputFile::Create(path));
-    std::filesystem::resize_file(path, 0);  // of which the file stream does not tell, having read ahead a little
+    std::filesystem::resize_file(path, 0);  // the file stream does not report it, since it has read ahead a little
     ASSERT_TRUE((std::istream(&file) >> word).bad());
     const Records failure = Thrown([&] { std::rethrow_exception(file.Failure()); });
     EXPECT_EQ(failure.filename, path);
@@ -306,10 +306,10 @@ TEST(OutputStreambuf, WritesAgainAfterAFailure)
         OutputStreambuf buffer(target, 4);
         std::ostream text(&buffer);
         EXPECT_TRUE(text << "one " << std::flush << "two" << std::unitbuf);
-        EXPECT_FALSE(text << '.') << "after which it is flushed, where nothing may be thrown";
+        EXPECT_FALSE(text << '.') << "the flush that follows it must not throw";
         EXPECT_THROW(std::rethrow_exception(buffer.Failure()), std::runtime_error);
         text.clear();
-        target->SetPosition(0);  // wherever the failure has left it
+        target->SetPosition(0);  // after the failure it could be anywhere
         EXPECT_TRUE(text << std::nounitbuf << std::flush);
         EXPECT_EQ(target->bytes, "one two.");
         text.exceptions(ios::badbit);
@@ -319,7 +319,7 @@ TEST(OutputStreambuf, WritesAgainAfterAFailure)
         text.clear();
         text << "4";
     }
-    EXPECT_EQ(target->bytes, "one two.4our or more") << "which it has written, unlike what it said";
+    EXPECT_EQ(target->bytes, "one two.4our or more") << "the stream had written these bytes, but returned 0";
 
     target->failing = {static_cast<unsigned>(target->writes.size())};
     OutputStreambuf buffer(target);

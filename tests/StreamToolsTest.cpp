@@ -21,7 +21,7 @@ std::string Text(const std::vector<uint8_t>& bytes)
     return {bytes.begin(), bytes.end()};
 }
 
-// The reading functions, each as the text that it makes of a stream.
+// The reading functions, each with its result as text.
 const std::function<std::string(const SP<IDataInput>&)> kReaders[] = {
     [](const auto& stream) { return StreamToBufferString(stream.get()); },
     [](const auto& stream) { return Text(StreamToBuffer(stream.get(), false)); },
@@ -36,7 +36,7 @@ TEST(StreamTools, ReadOnceFromThePositionOfTheStream)
     {
         std::string bytes;
         ioSize position;
-        std::optional<ioSize> size;  // that the stream tells instead of its own
+        std::optional<ioSize> size;  // that the stream reports instead of its own
         std::string result;
         ioSize end;
     };
@@ -87,7 +87,7 @@ TEST(StreamTools, WriteABufferOnceAndUnchanged)
     EXPECT_EQ(output.bytes, text + text);
     EXPECT_THAT(output.writes, ElementsAre(4, 4, 0, 0));
     output.result = 2;
-    EXPECT_EQ(BufferToStream(bytes, &output) + BufferToStream(text, &output), 4U) << "what Write returned";
+    EXPECT_EQ(BufferToStream(bytes, &output) + BufferToStream(text, &output), 4U) << "the result of Write";
 }
 
 TEST(StreamTools, KeepTheCallersOpenSslErrors)
@@ -97,7 +97,7 @@ TEST(StreamTools, KeepTheCallersOpenSslErrors)
     {
         hasOwn ? ERR_raise(ERR_LIB_USER, 1) : ERR_clear_error();
         MD5Generate(stream, "");
-        ASSERT_EQ(EVP_set_default_properties(nullptr, "fips=yes"), 1);  // of which MD5 is no part
+        ASSERT_EQ(EVP_set_default_properties(nullptr, "fips=yes"), 1);  // which excludes MD5
         EXPECT_THROW(MD5Generate(stream, ""), std::runtime_error);
         ASSERT_EQ(EVP_set_default_properties(nullptr, ""), 1);
         EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), hasOwn ? 1 : 0);

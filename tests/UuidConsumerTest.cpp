@@ -1,5 +1,5 @@
-// A program that uses Boost.Uuid with the defaults of Boost, beside the library, which uses it in another way. In a
-// static build the linker keeps one version of each inline function, so a clash would show here.
+// A program that uses Boost.Uuid with Boost's defaults, which the library does not. In a static build the linker keeps
+// one version of each inline function, so a clash would show here.
 
 #include <set>
 #include <string>

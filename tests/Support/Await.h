@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-/// How long a test waits for what has to happen. Far longer than that takes, on a busy machine as well.
+/// How long a test waits for something that must happen. Far longer than it takes, even on a busy machine.
 constexpr std::chrono::seconds kDeadline(20);
 
 /// Waits until `condition()` is true. Fails the test if that takes longer than the deadline.

@@ -30,14 +30,14 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    /// Returns the lines so far and starts anew.
+    /// Returns the lines so far and clears them.
     std::vector<LogLine> Take()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         return std::exchange(m_lines, {});
     }
 
-    /// Runs `action`, once, while the next line that begins like this is logged. It must not log.
+    /// Runs `action` once, while the next line that begins with this text is logged. `action` must not log.
     void When(const std::string& beginning, std::function<void()> action)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

@@ -7,11 +7,11 @@
 #include <TarselIO/IByteDataOutputEx.h>
 #include <TarselIO/IByteDataOutputProtocol.h>
 
-// Each serves both directions under one name.
+// Each mock serves both directions under one name.
 
 using Tarsel::Core::ioSize;
 
-/// A raw endpoint. The test owns it: references taken and released are calls like any other.
+/// A raw endpoint. The test owns it: AddRef and Release are calls like any other.
 class MockEndpoint : public virtual Tarsel::Core::IByteDataInputEx, public virtual Tarsel::Core::IByteDataOutputEx
 {
 public:
@@ -30,7 +30,7 @@ public:
     bool WriteRaw(const uint8_t* data, ioSize size, ioSize* done) override { return Raw(data, size, done); }
 };
 
-/// A framing protocol. Its end is a call, too.
+/// A framing protocol. Its destruction is a call, too.
 class MockProtocol : public virtual Tarsel::Core::IByteDataInputProtocol,
                      public virtual Tarsel::Core::IByteDataOutputProtocol
 {

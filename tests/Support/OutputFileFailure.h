@@ -12,7 +12,7 @@ constexpr char kSetSize[] = "virtual void Tarsel::Core::DataOutputFile::SetSize(
 constexpr char kWrite[] = "virtual ioSize Tarsel::Core::DataOutputFile::Write(const uint8_t *, ioSize)";
 
 /// Matches the records of a failure of the file output stream: the system's words for `error` and nothing else.
-inline auto Says(int error, const char* function)
+inline auto Reports(int error, const char* function)
 {
     const std::string words = std::strerror(error);
     const auto none = std::nullopt;

@@ -14,7 +14,7 @@
 
 using Tarsel::Core::ioSize;
 
-/// What a pipe's two ends have of their own.
+/// What differs between a pipe's two ends.
 struct InputEnd
 {
     using Pipe = Tarsel::Core::DataInputPipe;
@@ -47,7 +47,7 @@ struct OutputEnd
     static inline const std::string kFailed = "E Write failed, errno == ";
 };
 
-/// A named pipe with both ends in this process: `pipe` is the library's; `other` is open both ways, so nobody waits.
+/// A named pipe with both ends in this process: `pipe` is the library's; `other` is open both ways, so no open waits.
 template <class End>
 struct PipeFixture : testing::Test
 {
@@ -62,7 +62,7 @@ struct PipeFixture : testing::Test
     void Detach() { ::close(std::exchange(other, -1)); }
     void Send(ioSize from, ioSize to) { EXPECT_EQ(::write(other, &sent[from], to - from), to - from); }
 
-    /// Has `size` bytes ready for the library's end to read; whether what it moved has got across.
+    /// Provides `size` bytes for the library's end to read; checks that the bytes it moved have arrived.
     void Provide(ioSize size) { End::kReads ? Send(0, size) : void(); }
     bool Arrived(ioSize size)
     {
@@ -73,14 +73,14 @@ struct PipeFixture : testing::Test
     void Open()
     {
         pipe = End::Pipe::Create(name, true);
-        log.Take();  // only one test is about these lines
+        log.Take();  // only one test checks these lines
     }
 
     uint8_t* Data() { return End::kReads ? received.data() : sent.data(); }
     ioSize Move(ioSize size) { return std::invoke(End::kMove, *pipe, Data(), size); }
     std::pair<bool, ioSize> Raw(ioSize size) { return {std::invoke(End::kRaw, *pipe, Data(), size, &done), done}; }
 
-    /// The lines since the last time. Each begins with its severity's letter and ends with a newline.
+    /// Returns the lines since the last call. Each begins with its severity's letter and ends with a newline.
     std::string Lines()
     {
         std::string lines;

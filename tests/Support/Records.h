@@ -8,7 +8,7 @@
 
 #include <TarselIO/IOException.h>
 
-/// What an exception of the library carries; empty where it carries nothing.
+/// The records of an exception of the library; those that it does not carry are empty.
 struct Records
 {
     std::optional<std::string> filename;
@@ -42,7 +42,7 @@ Records RecordsOf(const E& error)
             Record<boost::throw_function>(error).value_or("")};
 }
 
-/// Runs `action`, which must throw that kind of exception, and returns what it carries.
+/// Runs `action`, which must throw this kind of exception, and returns its records.
 template <class E = Tarsel::Core::IOException, class Action>
 Records Thrown(Action action)
 {

@@ -13,17 +13,17 @@
 
 using Tarsel::Core::ioSize;
 
-// String streams that write down each call and can be told to behave oddly. Nobody may lock them: that is the affair of
-// whoever shares a stream.
+// String streams that record each call and can be made to misbehave. Nothing may lock them: that is left to programs
+// that share a stream.
 
 struct ScriptedInput : Tarsel::Core::DataInputString
 {
     explicit ScriptedInput(const std::string& text) : DataInputString(&bytes), bytes(text) {}
 
-    std::string bytes;              // what there is to read
+    std::string bytes;              // the bytes to read
     std::vector<ioSize> reads;      // the sizes asked for
     std::set<std::size_t> failing;  // the reads, from 0, that throw std::runtime_error
-    std::optional<ioSize> size;     // told instead of the size
+    std::optional<ioSize> size;     // returned by GetSize instead of the size
     std::optional<ioSize> result;   // returned by Read instead of its count
 
     ioSize Read(uint8_t* data, ioSize count) override
@@ -43,9 +43,9 @@ struct ScriptedOutput : Tarsel::Core::DataOutputString
 {
     ScriptedOutput() : DataOutputString(&bytes) {}
 
-    std::string bytes;              // what was written
+    std::string bytes;              // the bytes written
     std::vector<ioSize> writes;     // the sizes given
-    const uint8_t* data = nullptr;  // what the last write was given
+    const uint8_t* data = nullptr;  // the pointer that the last write was given
     std::set<std::size_t> failing;  // the writes, from 0, that throw std::runtime_error
     std::optional<ioSize> result;   // returned by Write instead of its count
 

@@ -3,8 +3,8 @@
 #include <csignal>
 #include <sys/resource.h>
 
-/// While it is alive, no file of this process grows beyond `bytes`. To a stream that looks like a full disk, except
-/// that the error is EFBIG.
+/// While it is alive, no file of this process grows beyond `bytes`. A stream sees a full disk, but with the error
+/// EFBIG.
 class SizeLimit
 {
 public:

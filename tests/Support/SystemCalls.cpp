@@ -24,7 +24,7 @@
 
 #include <gtest/gtest.h>
 
-// The system's own function of this name.
+// The system's function of this name.
 #define SYSTEMS(function) reinterpret_cast<decltype(&::function)>(::dlsym(RTLD_NEXT, #function))
 
 namespace
@@ -49,12 +49,12 @@ constexpr std::string_view kSweptFunctions =
     "signal "
     "localtime_r pthread_create pthread_mutex_init pthread_cond_init ";
 
-// The run that is swept. While it is active, threads change its counters only.
+// The run that is swept. While it is active, threads change only its counters.
 struct Sweep
 {
     std::atomic<bool> active = false;
-    // Two for each function, where its name begins above: the calls of the thread that runs it, and those of all
-    // others.
+    // Two per function, at the place where its name begins above: the calls of the thread that runs the action, and
+    // those of all others.
     std::array<std::atomic<unsigned>, 2 * kSweptFunctions.size()> calls = {};
     std::size_t function = 0;  // whose `number`th call ends with `outcome`
     unsigned number = 0;
@@ -81,8 +81,8 @@ std::size_t Counter(std::string_view function, bool background)
     return 2 * at + (background ? 1 : 0);
 }
 
-// Counts a call of the run, and says what befalls it, if anything does.
-const Outcome* Befallen(std::string_view function)
+// Counts a call of the run and returns its scripted outcome, if it has one.
+const Outcome* OutcomeOf(std::string_view function)
 {
     if (!sweep.active || exemptions != 0)
     {
@@ -102,11 +102,11 @@ void RunSwept(const std::function<void()>& action)
     sweep.active = runsTheSweep = false;
 }
 
-// A call that is only swept, not watched.
+// Makes a call that is swept but not watched.
 template <typename Result, typename Call>
 Result MakeSwept(std::string_view function, const Result& failure, Call call)
 {
-    const Outcome* const outcome = Befallen(function);
+    const Outcome* const outcome = OutcomeOf(function);
     return outcome != nullptr ? (errno = outcome->error, failure) : call();
 }
 
@@ -130,12 +130,12 @@ Outcome Next(const std::string& function)
     return next;
 }
 
-/// Makes a call that opens `path` and gives a descriptor, or without a path one that uses `descriptor`: as it is
-/// scripted, or on the system by `call(limit)`, which moves at most `limit` bytes.
+/// Makes a call that opens `path` and returns a descriptor, or, without a path, one that uses `descriptor`: as
+/// scripted, or in the system with `call(limit)`, which moves at most `limit` bytes.
 template <typename Result, typename Call>
 Result Make(const char* path, int descriptor, const char* name, const std::string& arguments, Result failure, Call call)
 {
-    const Outcome* const befallen = Befallen(name);
+    const Outcome* const befallen = OutcomeOf(name);
     const bool watched = watch && (path != nullptr ? watch->path == path : watch->descriptors.count(descriptor) != 0);
     if (befallen == nullptr && !watched)
     {
@@ -248,7 +248,7 @@ long LiveBlocks()
     return liveBlocks;
 }
 
-// Not inlined: an optimizer that sees only one of the pair takes malloc and free for a mismatch.
+// Not inlined: an optimizer that sees only one of the two reports a mismatch of malloc and free.
 __attribute__((noinline)) void* operator new(std::size_t size)
 {
     const auto call = [=] { return std::malloc(size); };
@@ -275,7 +275,7 @@ __attribute__((noinline)) void operator delete(void* block, std::size_t /*size*/
     ::operator delete(block);
 }
 
-// Sanitizers bring their own, which would not come by here.
+// Sanitizers have their own, which would not call these.
 void* operator new[](std::size_t size)
 {
     return ::operator new(size);
@@ -291,10 +291,10 @@ void operator delete[](void* block, std::size_t /*size*/) noexcept
     ::operator delete(block);
 }
 
-// The names are given, and the parameters say what the system's headers abbreviate.
+// The names are given, and the parameters spell out what the system's headers abbreviate.
 // NOLINTBEGIN(readability-identifier-naming,readability-inconsistent-declaration-parameter-name,bugprone-reserved-identifier)
 #ifndef KITIO_SANITIZERS_ALLOCATOR
-// The C library keeps its own under other names, for programs with a malloc of theirs.
+// The C library keeps its own functions under other names, for programs with their own malloc.
 extern "C" void* __libc_malloc(size_t size);
 extern "C" void* __libc_calloc(size_t count, size_t size);
 extern "C" void* __libc_realloc(void* block, size_t size);

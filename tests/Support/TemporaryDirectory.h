@@ -8,7 +8,8 @@
 #include <string>
 #include <sys/stat.h>
 
-/// A directory of the test's own, removed with all that is in it. It is made where temporary files go, or in `parent`.
+/// A directory for one test, which is removed with all that is in it. It is made where temporary files go, or in
+/// `parent`.
 class TemporaryDirectory
 {
 public:
