@@ -1,6 +1,6 @@
-// Measures the library against hand-written floors and against what you would use instead. report.py, which
-// scripts/bench calls, runs it as it should be run and makes a table of what it measured. By hand, it takes the options
-// of Google Benchmark, as for a profiler:
+// Measures the library against hand-written floors and against other libraries. scripts/bench calls report.py, which
+// runs this program with the right options and makes a table of the results. Run by hand, for example under a profiler,
+// it takes the options of Google Benchmark:
 //   --benchmark_filter='^memory read, 1 B/library'
 
 #include <cstdio>
@@ -14,7 +14,7 @@
 namespace
 {
 
-/// Takes all lines and drops them.
+/// Drops all lines.
 class DroppingSink : public google::LogSink
 {
 public:
@@ -29,7 +29,7 @@ public:
     }
 };
 
-/// Has the log's lines built and dropped, and off until a row switches them on.
+/// Makes log lines be built and dropped. They are off until a row switches them on.
 void PrepareLog(const char* program, google::LogSink* sink)
 {
     google::InitGoogleLogging(program);
@@ -64,7 +64,7 @@ int Run(int argc, char** argv)
     PrepareLog(argv[0], &sink);
     AddAll();
     Bench::RegisterRows();
-    // Google Benchmark itself takes a filter that fits nothing, and a run with an error, for a success.
+    // Google Benchmark reports success even if the filter matches nothing or a run has an error.
     return benchmark::RunSpecifiedBenchmarks() != 0 && !Bench::HasFailed() ? 0 : 1;
 }
 

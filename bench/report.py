@@ -1,8 +1,8 @@
-"""Measures the rows of kitio_bench and reports on them. scripts/bench builds the program first.
+"""Measures the rows of kitio_bench and prints a table. scripts/bench builds the program first.
 
-Each row runs in three processes of its own: memory and code are at other places in each, which moves calls of a few
-nanoseconds. In each process, the contenders of the row run five times, mixed at random. The program knows the names,
-the targets and the order of rows and contenders.
+Each row runs in three processes: memory and code have other addresses in each, which changes the time of calls that
+take a few nanoseconds. In each process, the contenders of the row run five times, in random order. The program defines
+the names, the targets and the order of rows and contenders.
 """
 
 import argparse
@@ -24,7 +24,7 @@ OPTIONS = [
     "--benchmark_min_time=0.05",
 ]
 
-# Another library is ahead when it takes less than this share of the library's time; the rest is noise.
+# Another library is faster if it takes less than this share of the library's time; smaller differences are noise.
 AHEAD = 0.97
 
 NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
@@ -81,7 +81,7 @@ def run_program(*options):
 
 
 def list_runs(options):
-    """The names of the contenders that the options choose, by row."""
+    """The names of the contenders that the options choose, per row."""
     listed = run_program(*options, "--benchmark_list_tests=true")
     if listed.returncode != 0 or not listed.stdout:
         sys.exit(listed.stderr.strip() or f"{PROGRAM} --benchmark_list_tests: status {listed.returncode}")
@@ -92,7 +92,7 @@ def list_runs(options):
 
 
 def measure_row(row, names, options):
-    """Runs a row in a process of its own. Returns the list of all contenders, and what failed."""
+    """Runs a row in its own process. Returns the list of all contenders, and the failures."""
     for name in names:
         row.times.setdefault(name.split("/")[1], []).append([])
     with tempfile.NamedTemporaryFile() as out:
@@ -142,7 +142,7 @@ def format_time(nanoseconds):
 
 
 def cells(row, contenders, mark):
-    """What the table shows of a row. What deserves attention goes through `mark`."""
+    """The cells of a row. Those that deserve attention go through `mark`."""
     ratio = row.ratio("library", "floor")
     shown = "-" if ratio is None else f"{ratio:.2f}"
     line = [row.name, format_time(row.time("library")), format_time(row.time("floor"))]
@@ -162,7 +162,7 @@ def print_table(rows, contenders):
     print()
     for name, *others in table(rows, contenders, lambda text: "*" + text):
         print(f"{name:38}" + "".join(f"{cell:>10}" for cell in others))
-    print("\n* misses its target, or is ahead of the library by more than 3 %")
+    print("\n* misses its target, or is more than 3 % faster than the library")
 
 
 def refresh_page(path, rows, contenders):
@@ -183,7 +183,7 @@ def write_json(path, rows):
 
 
 def draw_marks(axes, rows, contenders, colours):
-    """The marks of the chart. What is off the scale is shown at its end."""
+    """The marks of the chart. Values off the scale are shown at its end."""
     def plot(label, ratios, **style):
         places = [(min(max(ratio, 1 / 32), 64), place) for place, ratio in enumerate(ratios) if ratio is not None]
         axes.plot([x for x, _ in places], [y for _, y in places], linestyle="", label=label, **style)
@@ -198,7 +198,7 @@ def draw_marks(axes, rows, contenders, colours):
 
 
 def draw_chart(path, rows, contenders, colours):
-    """Draws all times as multiples of the floor's. The same times give the same file."""
+    """Draws all times as multiples of the floor's. The same times always give the same file."""
     rows = [row for row in rows if row.ratio("library", "floor") is not None]
     matplotlib.rcParams.update({"svg.hashsalt": "kitio", "svg.fonttype": "none"})
     matplotlib.rcParams.update({"font.sans-serif": ["DejaVu Sans"], "font.size": 8, "text.color": colours["ink"]})

@@ -1,5 +1,5 @@
-// Programs of operations on the bit reader and the bit writer, over streams that fail now and then, compared with
-// models that handle one bit after the other.
+// Runs sequences of operations on the bit reader and the bit writer, over streams that sometimes fail, and compares
+// them with models that handle single bits.
 
 #include <algorithm>
 #include <string>
@@ -30,7 +30,7 @@ std::string BitsOf(std::uint64_t value, std::size_t count)
 
 struct ReaderModel
 {
-    /// Has bits to read, and returns how many of them an operation on one byte takes.
+    /// Makes bits available and returns how many of them an operation on one byte takes.
     std::size_t Fetch(std::size_t count)
     {
         uint8_t byte = 0;

@@ -1,5 +1,5 @@
-// The message channel over arbitrary bytes and over streams that fail, in both modes. The model drives streams with the
-// same content and the same faults as the channel's.
+// Runs the message channel over arbitrary bytes and over streams that fail, in both modes. The model uses streams with
+// the same content and the same faults as the channel's.
 
 #include <algorithm>
 #include <stdexcept>
@@ -18,7 +18,7 @@ using Message = std::vector<uint8_t>;
 namespace
 {
 
-/// Throws when it hears of the message with that number, counted from 1.
+/// Throws when it is notified of the message with the number `failing`, counted from 1.
 struct Handler : IDataAvailableHandler
 {
     void OnDataAvailable(ioSize size) override
@@ -41,7 +41,7 @@ ioSize ReadLength(FaultyInput& stream)
     return length;
 }
 
-/// What a thread receives until it ends. False if a length would only cost time.
+/// Receives messages as a channel's thread does. Returns false for a length that would only cost time.
 bool ReceiveAll(FaultyInput& stream, Handler& handler, std::vector<Message>& messages)
 {
     try
@@ -60,7 +60,7 @@ bool ReceiveAll(FaultyInput& stream, Handler& handler, std::vector<Message>& mes
     }
     catch (const std::exception&)
     {
-        return true;  // an exception ends the thread like an empty message
+        return true;  // an exception ends the thread like an empty frame
     }
     return true;
 }
@@ -93,7 +93,7 @@ struct Talk
         Check("equal bytes read", message == model, 1);
     }
 
-    /// Takes a message in pieces; false when it leaves some.
+    /// Reads a message in pieces. Returns false if some of it is left.
     bool Take(const Message& message)
     {
         for (std::size_t position = 0; position < message.size();)
@@ -167,7 +167,7 @@ void FuzzThreaded(Talk& talk)
 
 void Fuzz(Input& input)
 {
-    FLAGS_minloglevel = google::GLOG_FATAL;  // the exceptions that end a thread are no findings
+    FLAGS_minloglevel = google::GLOG_FATAL;  // exceptions that end a thread are expected
     const bool threaded = input.Below(2) == 0;
     Talk talk{input};
     threaded ? FuzzThreaded(talk) : FuzzDirect(talk);

@@ -1,5 +1,5 @@
-// Creation dates, as services tell or withhold them, in several locales and time zones, against the C library's
-// calendar.
+// Compares creation dates, from services that report them or fail, in several locales and time zones, with the C
+// library's calendar.
 
 #include <array>
 #include <cstdio>
@@ -21,12 +21,12 @@ using namespace Tarsel::Foundation;
 namespace
 {
 
-// The first three have the calendar and the digits of the model, and the first one has American weeks.
+// The first three locales have the calendar and the digits of the model, and the first one has American weeks.
 constexpr std::array kLocales = {"en_US", "de_DE", "en_GB", "ar_EG", "fa_IR", "th_TH", "ja_JP@calendar=japanese"};
 constexpr std::array kZones = {
     "UTC", "Europe/Berlin", "Australia/Lord_Howe", "Pacific/Apia", "CET-1CEST,M3.5.0,M10.5.0/3"};
 constexpr char kPattern[] = "YYYY-MM-dd kk:mm:ss";
-constexpr std::int64_t kFirst = -12'000'000'000;  // in 1589: dates before 1582 are Julian ones
+constexpr std::int64_t kFirst = -12'000'000'000;  // in 1589: dates before 1582 are Julian
 constexpr std::int64_t kLast = 250'000'000'000;   // in 9892
 
 struct Services : SystemDateServices
@@ -61,7 +61,7 @@ std::optional<std::int64_t> Seconds(Input& input)
     }
 }
 
-/// The date by the C library; American weeks begin on Sundays, the others are those of ISO 8601.
+/// Returns the date that the C library gives. American weeks begin on Sundays, the others are those of ISO 8601.
 std::string TextOf(std::int64_t seconds, bool american)
 {
     const std::time_t time = seconds;

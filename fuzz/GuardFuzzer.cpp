@@ -1,5 +1,5 @@
-// The guard between a channel and an input that cannot be trusted: what passes it, in pieces of any size and through a
-// threaded channel, and what it tells the program.
+// The guard between a channel and an untrusted input: checks what it passes on, in pieces of any size and through a
+// threaded channel, and what it reports to the program.
 
 #include <algorithm>
 #include <string>
@@ -18,7 +18,7 @@ namespace
 
 constexpr std::size_t kHeaderSize = 8;
 
-/// What a guard hands on and tells, from a stream of its own with the same content and the same faults.
+/// Computes what a guard passes on and reports, from its own stream with the same content and the same faults.
 struct Model
 {
     ioSize Read(std::string& data, ioSize size)
@@ -40,7 +40,7 @@ struct Model
         return count;
     }
 
-    /// Header and payload; nothing once the stream has ended.
+    /// Returns header and payload; an empty string once the stream has ended.
     std::string NextFrame()
     {
         if (ended)
@@ -97,7 +97,7 @@ struct Model
     ioSize limit;
     std::string ends = {};
     std::string frame = {};
-    std::string block = {};  // where payloads arrive; what a source only claims to deliver is what was there before
+    std::string block = {};  // where payloads arrive; bytes that a source only claims to deliver keep their old values
     std::size_t position = 0;
     bool ended = false;
 };
@@ -131,7 +131,7 @@ void FuzzThreaded(const Tarsel::SP<IByteDataInput>& guard, GatedInput& source, M
     }
     catch (const std::runtime_error&)
     {
-        // What the stream throws ends the channel's thread like an empty frame.
+        // The stream's exception ends the channel's thread like an empty frame.
     }
     source.OpenAndWaitForCalls(model.source.plan.calls);
 }
@@ -140,7 +140,7 @@ void FuzzThreaded(const Tarsel::SP<IByteDataInput>& guard, GatedInput& source, M
 
 void Fuzz(Input& input)
 {
-    FLAGS_minloglevel = google::GLOG_FATAL;  // the exceptions that end a thread are no findings
+    FLAGS_minloglevel = google::GLOG_FATAL;  // exceptions that end a thread are expected
     const bool threaded = input.Below(2) == 0;
     const ioSize limit = input.Below(200);
     const FaultPlan faults(input);
@@ -160,6 +160,6 @@ void Fuzz(Input& input)
     {
         FuzzPieces(input, *guard, model);
     }
-    Check("ends told", ends, model.ends);
+    Check("reported ends", ends, model.ends);
     Check("calls of Read", source->plan.sizes, modelSource.plan.sizes);
 }

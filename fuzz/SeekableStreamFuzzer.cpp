@@ -1,4 +1,4 @@
-// Programs of operations on every seekable stream, compared with one model of all of them.
+// Runs sequences of operations on every seekable stream and compares them with one model of all streams.
 
 #include <algorithm>
 #include <stdexcept>
@@ -24,8 +24,8 @@ enum class Kind
     Placeholder
 };
 
-constexpr std::uint64_t kNoOffset = std::uint64_t{1} << 63;  // the first number that is no position in a file
-constexpr std::uint64_t kRoom = 6000;                        // more than a file's buffer holds
+constexpr std::uint64_t kNoOffset = std::uint64_t{1} << 63;  // the first number that is not a position in a file
+constexpr std::uint64_t kRoom = 6000;                        // more than a file stream's buffer holds
 
 struct Model
 {
@@ -89,7 +89,8 @@ uint8_t* Bytes(std::string& text)
 
 void Move(IDataInput& stream, Model& model, std::uint64_t size, Input& /*input*/)
 {
-    size = model.kind == Kind::File ? size % kRoom : size;  // only files write where the caller has no room
+    // A file's Read needs a buffer of `size` bytes, other streams only one for their content.
+    size = model.kind == Kind::File ? size % kRoom : size;
     std::string actual(std::min<std::uint64_t>(size, UINT16_MAX), '#');
     std::string expected = actual;
     CheckSame(
@@ -117,7 +118,7 @@ void Move(IDataOutput& stream, Model& model, std::uint64_t size, Input& input)
     Check("bytes written", model.kind == Kind::String ? model.medium : file, model.content);
 }
 
-/// Runs a program on a stream that was made a moment ago.
+/// Runs a sequence of operations on a new stream.
 template <class Stream>
 void Run(Kind kind, Stream& stream, std::string& medium, const std::string& content, Input& input)
 {
@@ -143,7 +144,7 @@ void Run(Kind kind, Stream& stream, std::string& medium, const std::string& cont
         };
         if (operation == 0 && kind == Kind::String)
         {
-            model.content.resize(size % kRoom, '+');  // by the owner, who may do so below the position
+            model.content.resize(size % kRoom, '+');  // by the owner, which may cut the string below the position
             medium = model.content;
         }
         else if (operation <= 2)

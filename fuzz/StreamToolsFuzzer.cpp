@@ -1,4 +1,4 @@
-// The whole-stream helpers over streams that lie about their sizes and counts, or throw.
+// Runs the whole-stream helpers over streams that report wrong sizes and counts, or throw.
 
 #include <cstdlib>
 #include <stdexcept>
@@ -17,8 +17,8 @@ namespace
 
 struct LyingInput : FaultyInput
 {
-    LyingInput(const std::string* source, const FaultPlan& faults, ioSize told)
-        : FaultyInput(source, faults), size(told)
+    LyingInput(const std::string* source, const FaultPlan& faults, ioSize reported)
+        : FaultyInput(source, faults), size(reported)
     {
     }
 
@@ -28,7 +28,7 @@ struct LyingInput : FaultyInput
     ioSize size;
 };
 
-/// As many bytes as the stream tells, from one call.
+/// Reads as many bytes as the stream reports, in one call.
 template <class Result>
 Result ReadAll(IDataInput& stream, unsigned terminators)
 {
@@ -42,7 +42,7 @@ Result ReadAll(IDataInput& stream, unsigned terminators)
     return result;
 }
 
-/// Runs a helper and its model, each on a stream of its own, from the same position.
+/// Runs a helper and its model, each on its own stream, from the same position.
 template <class Helper, class Model>
 void Compare(Input& input, Helper helper, Model model)
 {

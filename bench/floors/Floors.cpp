@@ -15,7 +15,7 @@ namespace Bench
 namespace
 {
 
-/// Callers that move byte after byte would spend most of their time on the call of memcpy.
+/// Callers that move single bytes would spend most of their time on the call of memcpy.
 void Copy(uint8_t* to, const uint8_t* from, ioSize count)
 {
     if (count == 1)
@@ -74,7 +74,7 @@ private:
     ioSize m_position = 0;
 };
 
-/// A FILE, and what the two file floors have in common.
+/// A FILE, and what the two file floors share.
 template <class Base>
 class FileStream : public Base
 {
@@ -120,8 +120,8 @@ public:
     }
 };
 
-/// Owns a pipe's descriptor and moves data in pieces. With `Logs`, each piece writes two lines, as the library's pipes
-/// do: the least that the same log costs.
+/// Owns a pipe's descriptor and moves data in pieces. With `Logs`, each piece logs two lines, as the library's pipes
+/// do: the least that the same log can cost.
 template <class Base, bool Logs>
 class PipeEnd : public Base
 {
@@ -253,7 +253,7 @@ private:
     std::vector<uint8_t> m_message;  // guarded by m_mutex
     ioSize m_position = 0;           // guarded by m_mutex
     bool m_isPending = false;        // guarded by m_mutex
-    std::thread m_thread;            // last: it uses the others from its first moment
+    std::thread m_thread;            // last: it uses the other fields as soon as it starts
 };
 
 }  // namespace

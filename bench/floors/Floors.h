@@ -18,11 +18,11 @@
 namespace Bench
 {
 
-// The floors: the work of the library's classes and nothing more, each behind one virtual call and by the same rules (a
-// byte a call for bits, 1024 bytes a system call for pipes). All are made by functions of another source file, so that
-// the compiler cannot see which class stands behind an interface and spare the virtual call.
+// The floors: the work of the library's classes and nothing more, each behind one virtual call and by the same rules
+// (one byte per call for bits, 1024 bytes per system call for pipes). Functions in another source file make them all,
+// so that the compiler cannot see the class behind an interface and skip the virtual call.
 
-/// What each stream has whatever it reads or writes: a count, a lock and a path.
+/// What all streams have: a reference count, a lock and a path.
 class FloorObject
 {
 public:
@@ -88,14 +88,15 @@ FloorOutputPtr MakeFileOutput(const std::string& path);
 FloorInputPtr MakePipeInput(const std::string& path, bool logs);
 FloorOutputPtr MakePipeOutput(const std::string& path, bool logs);
 
-/// Over the library's streams, so that only the channel itself makes a difference.
+/// Uses the library's streams, so that only the channel itself makes a difference.
 FloorChannelPtr MakeDirectChannel(const Tarsel::SP<Tarsel::Core::IByteDataInput>& input,
                                   const Tarsel::SP<Tarsel::Core::IByteDataOutput>& output);
 
-/// A std::thread receives; mutex and conditions hand a message over, notified after unlocking. An empty frame ends it.
+/// A std::thread receives and passes on messages with a mutex and conditions, which it notifies after unlocking. An
+/// empty frame ends it.
 FloorChannelPtr MakeThreadedChannel(const FloorInputPtr& input, const FloorOutputPtr& output);
 
-/// Inline, as the library's bit streams are: the virtual call is the one for each byte.
+/// Inline, as the library's bit streams are: there is one virtual call per byte.
 class FloorBitInput
 {
 public:

@@ -26,7 +26,7 @@ public:
     MemoryInput(const uint8_t* data, ioSize size) : IoStreamInput(AsChars(data), size) {}
 };
 
-/// Appends to a string, which nothing but its owner can empty.
+/// Appends to a string, which only its owner can empty.
 class StringAppender
 {
 public:
@@ -87,7 +87,7 @@ public:
 
     ioSize Receive(uint8_t* data, ioSize size)
     {
-        // The queue insists on room for the largest message.
+        // The queue requires room for the largest message.
         Queue::size_type received = 0;
         unsigned priority = 0;
         m_input->receive(m_buffer.data(), m_buffer.size(), received, priority);

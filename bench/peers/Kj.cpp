@@ -15,7 +15,7 @@ namespace
 
 constexpr char kPeer[] = "kj";
 
-/// kj's streams cannot move back, so a new one takes the place of the old.
+/// kj's streams cannot move back, so a new one replaces the old one.
 class MemoryInput
 {
 public:
@@ -28,7 +28,7 @@ private:
     std::optional<kj::ArrayInputStream> m_stream;
 };
 
-/// Appends to memory of its own, which it cannot be rid of but by making it anew.
+/// Appends to its own memory, which only a new stream can empty.
 class MemoryOutput
 {
 public:

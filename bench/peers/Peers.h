@@ -10,8 +10,9 @@
 namespace Bench
 {
 
-// Each adds the peers of one library to the rows where you would use it instead of ours. Only those that were found at
-// configure time are linked. Boost means Iostreams for streams and Interprocess for messages, socket a local one.
+// Each function adds the contenders of one other library to the rows where you would use it instead of ours. Only the
+// libraries that were found at configure time are linked. Boost means Iostreams for streams and Interprocess for
+// messages; socket means a local socket.
 void AddStdPeers();
 void AddSocketPeers();
 void AddBoostPeers();
@@ -31,7 +32,7 @@ inline const char* AsChars(const uint8_t* data)
     return reinterpret_cast<const char*>(data);
 }
 
-/// Any std::istream as the measures want it, without a virtual call in between.
+/// Any std::istream with the operations that the measures need, without another virtual call.
 template <class Stream>
 class IoStreamInput
 {

@@ -36,7 +36,7 @@ public:
     explicit FileOutput(const std::string& path) : IoStreamOutput(path, std::ios::out | std::ios::trunc) {}
 };
 
-/// Poco's counted classes keep their destructor to themselves, and so does this one.
+/// Like all counted classes of Poco, this one has a destructor that is not public.
 class Counted : public Poco::RefCountedObject
 {
 protected:

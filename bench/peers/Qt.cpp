@@ -15,7 +15,7 @@ namespace
 
 constexpr char kPeer[] = "Qt";
 
-/// What QBuffer and QFile have in common.
+/// What QBuffer and QFile share.
 ioSize ReadFrom(QIODevice& device, uint8_t* data, ioSize size)
 {
     return static_cast<ioSize>(device.read(AsChars(data), static_cast<qint64>(size)));

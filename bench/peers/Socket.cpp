@@ -36,7 +36,7 @@ private:
     int m_socket;
 };
 
-/// The same with a length before each message.
+/// The same, with a length before each message.
 class FramedSocketEnd : public SocketEnd
 {
 public:

@@ -9,7 +9,7 @@ namespace Bench
 namespace
 {
 
-/// A pair of sockets over "ipc://". Few messages may wait, so that the sender is held to the receiver's pace.
+/// A pair of sockets over "ipc://". The queue is short, so that the sender keeps the receiver's pace.
 class ZeroMqEnd
 {
 public:

@@ -21,8 +21,8 @@ constexpr ioSize kBytes = 64 * kKiB;
 constexpr ioSize kBytesAtOnce = 4 * kKiB;
 constexpr std::uint64_t kValue = 0x5AC3'0F96'E187'4B2D;
 
-/// Reads values of `width` bits from a stream of kBytes bytes, again and again. The bits that are left over at its
-/// end lead the next round, so no round asks for more than there is.
+/// Repeatedly reads values of `width` bits from a stream of kBytes bytes. The bits that are left over at its end begin
+/// the next round, so no round asks for more than there is.
 template <class Reader, class Make>
 Contender Reading(ioSize width, Make make)
 {
@@ -44,7 +44,7 @@ Contender Reading(ioSize width, Make make)
     };
 }
 
-/// Has `write(writer)`, which writes `bits` bits, fill a string of kBytes bytes, again and again. The string keeps its
+/// Repeatedly fills a string of kBytes bytes with `write(writer)`, which writes `bits` bits. The string keeps its
 /// length after the first round.
 template <class Writer, class Make, class Write>
 Contender Writing(ioSize bits, Make make, Write write)
@@ -77,7 +77,7 @@ void AddWriteRow(const std::string& name, ioSize bits, Write write)
            Writing<FloorBitOutput>(bits, &MakeStringOutput, write));
 }
 
-/// A value of any width in pieces of a byte, the top one first, as one has to with writers that take a byte.
+/// Writes a value of any width in single bytes, the top one first, as writers that take a byte require.
 template <class Writer>
 void WriteValue(Writer& writer, std::uint64_t value, ioSize width)
 {

@@ -73,7 +73,7 @@ class ChannelEnd
 public:
     ChannelEnd(const Meeting& meeting, Side side) : m_channel(Open(meeting, side)) {}
 
-    /// An empty frame lets the other side's thread end.
+    /// Sends an empty frame, which ends the other side's thread.
     ~ChannelEnd() { m_channel->Write(nullptr, 0); }
     ChannelEnd(const ChannelEnd&) = delete;
     ChannelEnd& operator=(const ChannelEnd&) = delete;

@@ -11,7 +11,7 @@ namespace
 
 namespace Core = Tarsel::Core;
 
-/// The floor's fread locks the FILE, which the library's does not: small reads have to show that.
+/// The floor's fread locks the FILE and the library's does not: small reads must show the difference.
 double ReadTarget(ioSize size)
 {
     return size < kKiB ? 0.80 : 1.03;

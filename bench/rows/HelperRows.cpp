@@ -21,9 +21,9 @@ using benchmark::State;
 
 using Buffer = std::vector<uint8_t>;
 
-/// The bytes that are to be written into `target`. A copy takes a third longer where the target begins, as an offset
-/// within a page, a little behind its source. Sources that lie like that are passed over. The peers keep their
-/// targets to themselves and write the sample from where it is.
+/// The bytes to be written into `target`. A copy takes a third longer if the target begins, as an offset within a page,
+/// a little after its source. Sources at such places are skipped. The other libraries do not show their targets, so
+/// they write the sample from where it is.
 Buffer MakeSource(const std::string& target)
 {
     constexpr ioSize kPage = 4096;
@@ -43,7 +43,7 @@ Buffer MakeSource(const std::string& target)
     }
 }
 
-/// The floor of the three functions that take a whole stream in.
+/// The floor of the three functions that read a whole stream.
 template <class Whole>
 Whole ReadWhole(FloorInput& stream)
 {
@@ -60,7 +60,7 @@ uint8_t DigestWhole(FloorInput& stream)
     return digest.bytes[0];
 }
 
-/// `library(stream)` and `floor(stream)` take a whole stream of kWholeSize bytes and return a number.
+/// `library(stream)` and `floor(stream)` read a whole stream of kWholeSize bytes and return a number.
 template <class Library, class Floor>
 void AddWholeRow(const Row& row, Library library, Floor floor)
 {

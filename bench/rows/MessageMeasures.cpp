@@ -86,7 +86,7 @@ void ChildProcess::RunAndExit(const std::function<void()>& work)
 
 void ChildProcess::Report(ioSize number) const
 {
-    // A report that does not arrive is what the parent finds out.
+    // The parent notices when no report arrives.
     static_cast<void>(::write(m_pipe[1], &number, sizeof(number)) == sizeof(number));
 }
 

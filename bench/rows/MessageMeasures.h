@@ -11,14 +11,14 @@
 namespace Bench
 {
 
-// How the contenders that join two processes are measured: the near one, which the figures are of, and the far one, its
-// child. An end is a class with
-//   End(Meeting&, Side)              joins the two; both sides are made at the same time
+// How contenders that connect two processes are measured: the near process, to which the figures belong, and the far
+// one, its child. An end is a class with
+//   End(Meeting&, Side)              connects the two; both sides are made at the same time
 //   void Send(data, size)
-//   ioSize Receive(data, size)       returns the size of what came, at most `size`
-//   void Stop()                      lets the far side's Receive return another size than all before
+//   ioSize Receive(data, size)       returns the size of the message, at most `size`
+//   void Stop()                      makes the far side's Receive return a size different from all before
 
-/// Writes what the pipes log, or leaves it, for as long as it lives. Main sends the log to a sink that drops it.
+/// Switches the pipes' log lines on or off for as long as it lives. Main sends the log to a sink that drops it.
 class LogSwitch
 {
 public:
@@ -38,7 +38,7 @@ enum class Side
     Far
 };
 
-/// What two processes need to find each other, made before they part.
+/// What two processes need to find each other, made before the fork.
 class Meeting
 {
 public:
@@ -50,10 +50,10 @@ public:
     /// A named pipe that `side` writes.
     const std::string& PipeFrom(Side side) const { return side == Side::Near ? m_there : m_back; }
 
-    /// A path at which nothing is.
+    /// A path without a file.
     std::string Path(const std::string& name) const { return m_directory.Path(name); }
 
-    /// Takes one of two connected sockets over and closes the other.
+    /// Takes ownership of one of two connected sockets and closes the other.
     int TakeSocket(Side side);
 
 private:
@@ -63,11 +63,11 @@ private:
     int m_sockets[2];
 };
 
-/// A child process that works and reports a number. It ends with its parent at the latest.
+/// A child process that works and reports a number. If its parent ends, so does it.
 class ChildProcess
 {
 public:
-    /// `work(report)` runs in the child, which reports by `report(number)`, once.
+    /// `work(report)` runs in the child and calls `report(number)` once.
     template <class Work>
     explicit ChildProcess(Work work)
     {
@@ -82,7 +82,7 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    /// Waits for what the child reports; 2^64-1 if it ended without.
+    /// Waits for the child's report and returns it; 2^64-1 if the child ended without one.
     ioSize Result() const;
 
 private:
@@ -95,8 +95,8 @@ private:
     int m_pipe[2] = {-1, -1};
 };
 
-/// Receives messages of `size` bytes until another one comes, answers each with itself if `answers`, and returns how
-/// many there were.
+/// Receives messages of `size` bytes until one of another size arrives, sends each one back if `answers` is true, and
+/// returns how many there were.
 template <class End>
 ioSize Serve(End& end, ioSize size, bool answers)
 {
@@ -113,7 +113,7 @@ ioSize Serve(End& end, ioSize size, bool answers)
     return count;
 }
 
-/// Has a child process serve; `round(end)` is what the near side does, again and again.
+/// Starts a child process that receives; `round(end)` is what the near side does in each round.
 template <class End, class Round>
 void MeasureWithChild(benchmark::State& state, ioSize size, bool answers, Round round)
 {
@@ -163,7 +163,7 @@ constexpr char kPipeTwoProcesses[] = "pipe, two processes";
 constexpr char kRoundTrip[] = "channel, round trip";
 constexpr char kOneWay[] = "channel, one way";
 
-/// Adds a peer to the rows of the threaded channel.
+/// Adds a contender to the rows of the threaded channel.
 template <class End>
 void AddMessagePeer(const char* peer)
 {

@@ -40,7 +40,7 @@ private:
     int m_descriptor;
 };
 
-/// The library's pipes, which log whatever the log takes.
+/// The library's pipes, which log as much as the log is set to.
 template <bool Logs>
 struct Library
 {

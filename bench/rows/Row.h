@@ -18,8 +18,8 @@ constexpr ioSize kMiB = 1024 * kKiB;
 
 using Contender = std::function<void(benchmark::State&)>;
 
-/// What a row's time is measured with. Work of one thread is measured in processor time, which other programs disturb
-/// less; work of several threads or processes in time that passes.
+/// The clock for a row. Work of one thread is measured in processor time, which other programs disturb less; work of
+/// several threads or processes in wall time.
 enum class Clock
 {
     Processor,
@@ -30,38 +30,38 @@ enum class Clock
 struct Row
 {
     std::string name;
-    double target;  // the greatest ratio of the library's time to the floor's that is good enough
+    double target;  // the highest ratio of the library's time to the floor's that is good enough
     Clock clock = Clock::Processor;
 };
 
 /// Adds a row to the table: what the library does, against the least that the same work costs when written by hand.
 void AddRow(const Row& row, Contender library, Contender floor);
 
-/// Adds a peer, which is what you would use without this library, to a row that is there already.
+/// Adds another library, which you would use instead of this one, to an existing row.
 void AddPeer(const std::string& row, const std::string& peer, Contender contender);
 
 /// Passes all rows to Google Benchmark. A contender is called "row/contender" there and has the row's target as a
 /// counter; the context lists all contenders, with commas between them, in the order in which they were first added.
 void RegisterRows();
 
-/// The row's name with the number of bytes a call moves: "memory read, 4 KiB".
+/// Returns the row's name with the number of bytes per call: "memory read, 4 KiB".
 std::string NameWithSize(const std::string& name, ioSize size);
 
-/// 4 MiB of bytes that look random and are the same in each run.
+/// Returns 4 MiB of bytes that look random and are the same in each run.
 const uint8_t* SampleBytes();
 constexpr ioSize kSampleSize = 4 * kMiB;
 
-/// Makes the run an error, so that the program fails, unless the work was done as it should be.
+/// Marks the run as an error, so that the program fails, unless the work was done correctly.
 void Expect(benchmark::State& state, bool done);
 
-/// Whether Expect has made any run an error.
+/// Returns whether Expect has marked any run as an error.
 bool HasFailed();
 
-/// The same for rounds that move `size` bytes each and should have moved `moved` bytes in all.
+/// The same for rounds that move `size` bytes each and together have moved `moved` bytes.
 void ExpectMoved(benchmark::State& state, ioSize moved, ioSize size);
 
-/// Makes the compiler believe that somebody looks at `value` and at all memory. Taken by value:
-/// benchmark::DoNotOptimize of an lvalue lets GCC 12 assume that the variable was changed, or was not, as it likes.
+/// Makes the compiler assume that `value` and all memory are used. Takes the value by copy: with an lvalue,
+/// benchmark::DoNotOptimize lets GCC 12 assume that the variable was changed, or was not, as it likes.
 inline void Keep(std::uint64_t value)
 {
     asm volatile("" : : "r"(value) : "memory");
@@ -85,7 +85,7 @@ void AddHelperRows();
 void AddPipeRows();
 void AddChannelRows();
 
-/// Adds the peers that were found when the program was configured, to rows that are there.
+/// Adds the other libraries that were found at configure time to the existing rows.
 void AddPeers();
 
 }  // namespace Bench

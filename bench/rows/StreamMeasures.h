@@ -13,7 +13,7 @@ namespace Bench
 {
 
 // How the contenders of the stream rows are measured. A stream is a pointer to something with Read or Write and
-// SetPosition; `make` makes one. Library, floor and peers go through the same loops.
+// SetPosition; `make` makes one. Library, floor and other libraries go through the same loops.
 
 constexpr ioSize kMemorySizes[] = {1, 16, 4 * kKiB, kMiB};
 constexpr ioSize kFileSizes[] = {64, 4 * kKiB, kMiB};
@@ -29,7 +29,7 @@ constexpr char kFromBufferRow[] = "buffer to stream, 64 KiB";
 constexpr char kMakeRow[] = "make and destroy a stream";
 constexpr char kCopyRow[] = "copy and drop a pointer";
 
-/// The directories in which the file rows work, and how the rows call them.
+/// The directories in which the file rows work, and their names in the rows.
 struct FilePlace
 {
     const char* name;
@@ -47,13 +47,13 @@ inline std::string FileWrite(const FilePlace& place, ioSize size)
     return NameWithSize(std::string("file write and flush, ") + place.name, size);
 }
 
-/// What the streams in memory hold: little enough for the processor's caches where the calls are small.
+/// The size of the streams in memory: small enough for the processor's caches if the calls are small.
 inline ioSize MemorySize(ioSize callSize)
 {
     return std::max(64 * kKiB, callSize);
 }
 
-/// Reads `size` bytes a call from a stream of `total` bytes, a multiple of `size`, again and again.
+/// Repeatedly reads a stream of `total` bytes, a multiple of `size`, with `size` bytes per call.
 template <class Stream>
 void MeasureRead(benchmark::State& state, const Stream& stream, ioSize size, ioSize total)
 {
@@ -73,7 +73,7 @@ void MeasureRead(benchmark::State& state, const Stream& stream, ioSize size, ioS
     ExpectMoved(state, moved, size);
 }
 
-/// Writes `size` bytes a call; `restart(stream)` prepares the target for the next `total` bytes.
+/// Writes `size` bytes per call; `restart(stream)` prepares the target for the next `total` bytes.
 template <class Stream, class Restart>
 void MeasureWrite(benchmark::State& state, const Stream& stream, ioSize size, ioSize total, Restart restart)
 {
@@ -130,7 +130,7 @@ Contender FileWriting(const FilePlace& place, ioSize size, Make make)
     };
 }
 
-// A library's peers, each added to all rows of a kind. `Stream` is a class of the peer's with the constructor and the
+// The streams of another library, each added to all rows of a kind. `Stream` is a class with the constructor and the
 // operations that the contenders above need.
 
 template <class Stream>
@@ -145,7 +145,7 @@ void AddMemoryPeer(const char* peer)
     }
 }
 
-/// `restart(stream)` prepares the stream's target for the next round: emptied, or left as it is.
+/// `restart(stream)` prepares the stream's target for the next round: it empties the target or leaves it as it is.
 template <class Stream, class Restart>
 void AddStringPeer(const char* row, const char* peer, Restart restart)
 {
@@ -176,7 +176,7 @@ void AddFilePeer(const char* peer)
     }
 }
 
-/// Reads a whole stream into a buffer of its size, which `take(buffer)` makes a number of.
+/// Reads a whole stream into a buffer of its size; `take(buffer)` turns the buffer into a number.
 template <class Input, class Buffer, class Take>
 Contender WholeReading(Take take)
 {
@@ -194,7 +194,7 @@ Contender WholeReading(Take take)
     };
 }
 
-/// Adds the streams to the rows that move a whole stream in one go.
+/// Adds the streams to the rows that move a whole stream at once.
 template <class Input, class Output>
 void AddWholePeers(const char* peer)
 {
@@ -228,7 +228,7 @@ Contender Making(Make make)
     };
 }
 
-/// Each round copies the pointer that `make()` returned, and drops the copy.
+/// Each round copies the pointer that `make()` returned and drops the copy.
 template <class Make>
 Contender Copying(Make make)
 {

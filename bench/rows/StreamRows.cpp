@@ -14,13 +14,13 @@ namespace
 namespace Core = Tarsel::Core;
 using benchmark::State;
 
-/// Small copies, and those whose copying itself takes most of the time.
+/// Small copies, and large ones for which the copying itself takes most of the time.
 double MemoryTarget(ioSize size)
 {
     return size < kKiB ? 1.25 : 1.10;
 }
 
-/// Appending: the string is emptied before each round but keeps its memory. Overwriting: it keeps its length.
+/// To append, the string is emptied before each round but keeps its memory. To overwrite, it keeps its length.
 void AddStringRow(const std::string& name, ioSize size, bool appends)
 {
     const auto writing = [=](auto make)

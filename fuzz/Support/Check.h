@@ -7,7 +7,7 @@
 #include <string>
 #include <typeinfo>
 
-/// Ends the process, with a message, unless the library did what the model expects.
+/// Aborts with a message unless the library did what the model expects.
 inline void Check(const char* what, const std::string& actual, const std::string& expected)
 {
     if (actual != expected)
@@ -23,7 +23,7 @@ inline void Check(const char* what, std::uint64_t actual, std::uint64_t expected
     Check(what, std::to_string(actual), std::to_string(expected));
 }
 
-/// The number that a call returns, or the type of what it throws.
+/// Returns the number that a call returns, or the type of its exception, as text.
 template <class Action>
 std::string OutcomeOf(Action action)
 {
@@ -37,7 +37,7 @@ std::string OutcomeOf(Action action)
     }
 }
 
-/// Both calls have to return the same number or to throw the same type.
+/// Requires that both calls return the same number or throw the same type.
 template <class Library, class Model>
 void CheckSame(const char* what, Library library, Model model)
 {

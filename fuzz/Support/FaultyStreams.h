@@ -11,13 +11,13 @@
 
 using Tarsel::Core::ioSize;
 
-/// What a stream does instead of what it was asked for, call by call, as the next bytes of an input have it; and the
-/// sizes that it was asked for. A model drives a stream of its own with a copy of the plan.
+/// The faults of a stream, one per call, from the next bytes of an input; and a record of the sizes that were asked
+/// for. A model uses its own stream with a copy of the plan.
 struct FaultPlan
 {
     explicit FaultPlan(Input& input) : faults(input.Text()) {}
 
-    /// One call; `move` moves the bytes and returns how many.
+    /// Makes one call; `move` moves the bytes and returns how many.
     template <class Move>
     ioSize Do(ioSize size, Move move)
     {
@@ -29,7 +29,7 @@ struct FaultPlan
             case 2:
                 return 0;  // moves nothing
             case 3:
-                return move() + 2;  // lies
+                return move() + 2;  // a wrong count
             default:
                 return move();
         }
@@ -52,7 +52,7 @@ struct FaultyInput : Tarsel::Core::DataInputString
     FaultPlan plan;
 };
 
-/// Lets nobody read before it is opened, and tells when so many reads have been made.
+/// Blocks reads until it is opened, and can wait until a number of reads have been made.
 struct GatedInput : FaultyInput
 {
     using FaultyInput::FaultyInput;

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string>
 
-/// Turns the bytes of an input into decisions, from front to back. Past the end every decision is 0, so that each input
-/// means something; a program of operations goes on until the input is empty.
+/// Turns the bytes of an input into decisions, from front to back. Past the end every decision is 0, so that every
+/// input is valid; a sequence of operations continues until the input is empty.
 class Input
 {
 public:
@@ -15,7 +15,7 @@ public:
 
     bool Empty() const { return m_left == 0; }
 
-    /// At most `size` of the bytes that are left.
+    /// Takes at most `size` of the bytes that are left.
     std::string Take(std::size_t size)
     {
         const std::size_t count = std::min(size, m_left);
@@ -24,7 +24,7 @@ public:
         return {m_next - count, m_next};
     }
 
-    /// A whole number of so many bytes, in the machine's order.
+    /// Takes a number of this many bytes, in the machine's byte order.
     std::uint64_t Number(std::size_t bytes)
     {
         std::uint64_t number = 0;
@@ -32,14 +32,14 @@ public:
         return number;
     }
 
-    /// A number from 0 up to, but without, `limit`, which is at most 256.
+    /// Takes a number from 0 to `limit` - 1; `limit` is at most 256.
     unsigned Below(unsigned limit) { return static_cast<unsigned>(Number(1)) % limit; }
 
-    /// Up to 255 bytes, of which the first byte tells how many.
+    /// Takes up to 255 bytes; a byte before them holds their number.
     std::string Text() { return Take(Number(1)); }
 
-    /// A size or position worth trying: around `edge`, below 64 Ki, or more than memory holds, up to the ends of 63 and
-    /// 64 bits.
+    /// Takes a size or position worth trying: around `edge`, below 64 Ki, or more than memory holds, up to the limits
+    /// of 63 and 64 bits.
     std::uint64_t Size(std::uint64_t edge)
     {
         constexpr std::uint64_t half = std::uint64_t{1} << 63;
@@ -61,9 +61,9 @@ private:
     std::size_t m_left;
 };
 
-/// What each fuzzer does with one input. A finding ends the process.
+/// Runs one input; each fuzzer defines it. A finding ends the process.
 void Fuzz(Input& input);
 
-/// In the fuzzers `new` throws std::bad_alloc for this many bytes or more, so that an input which names a huge size
-/// costs nothing, on any machine and with any sanitizer.
+/// In the fuzzers `new` throws std::bad_alloc for this many bytes or more, so that an input with a huge size costs
+/// nothing, on any machine and with any sanitizer.
 constexpr std::size_t kMemoryLimit = std::size_t{1} << 26;

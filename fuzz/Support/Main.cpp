@@ -1,4 +1,4 @@
-// What all fuzzers share: the entry point, and the limit of memory.
+// What all fuzzers share: the entry point and the memory limit.
 
 #include <cstdlib>
 #include <new>
@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     return 0;
 }
 
-// All forms for single objects, which containers use: sanitizers object to a mixture of theirs and these.
+// All forms for single objects, which containers use: sanitizers reject a mixture of their own and these.
 
 void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
 {

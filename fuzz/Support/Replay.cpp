@@ -1,4 +1,4 @@
-// Stands in for libFuzzer: feeds the files that are named to the fuzzer.
+// Replaces libFuzzer: runs the fuzzer on the files that are its arguments.
 
 #include <iostream>
 #include <unistd.h>
@@ -13,7 +13,7 @@ int main(int argc, char** argv)
         std::cout << argv[i] << std::endl;  // at once: the input may end the process
         const std::string content = TemporaryDirectory::Content(argv[i]);
         Input input(reinterpret_cast<const uint8_t*>(content.data()), content.size());
-        ::alarm(30);  // seconds, which end a process that hangs
+        ::alarm(30);  // seconds, after which a hanging process ends
         Fuzz(input);
     }
     return argc > 1 ? 0 : 1;
