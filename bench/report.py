@@ -227,14 +227,14 @@ def draw_chart(path, rows, contenders, colours):
 def main():
     epilog = "Other options go to kitio_bench: --benchmark_filter='^pipe'"
     parser = argparse.ArgumentParser(prog="scripts/bench", allow_abbrev=False, epilog=epilog)
-    parser.add_argument("--docs", action="store_true", help="also put the table and the charts into docs/")
+    parser.add_argument("--update", action="store_true", help="put the table and the charts into docs/")
     arguments, options = parser.parse_known_args()
     rows, contenders = measure(options)
     write_json(Path("build/bench.json"), rows)
-    images = Path("docs/images" if arguments.docs else "build")
+    images = Path("docs/images" if arguments.update else "build")
     draw_chart(images / "bench.svg", rows, contenders, LIGHT)
     draw_chart(images / "bench-dark.svg", rows, contenders, DARK)
-    if arguments.docs:
+    if arguments.update:
         refresh_page(Path("docs/performance.md"), rows, contenders)
     print_table(rows, contenders)
 
