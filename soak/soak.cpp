@@ -1,7 +1,5 @@
 // Pairs of processes that talk over channels in both directions while one of each pair is killed at random moments and
 // replaced. Every message is checked; the survivors must end each talk as documented and keep no memory.
-//     kitio_soak [seconds]            as long as it takes to trust it
-//     kitio_soak --deaths <number>    so many deaths, one soon after the other
 
 #include <algorithm>
 #include <array>
@@ -36,16 +34,22 @@ using Random = std::independent_bits_engine<std::minstd_rand, 16, unsigned>;
 namespace
 {
 
+constexpr char kDescription[] = "Kills processes that exchange messages over channels and checks the others.\n\n";
+constexpr char kUsage[] = "Usage: kitio_soak [SECONDS | --deaths NUMBER]\n";
+constexpr char kOptions[] =
+    "  SECONDS            how long to run (default: 60)\n"
+    "  --deaths NUMBER    how many processes to kill, in quick succession\n";
+
 constexpr std::size_t kPairs = 3;
 constexpr ioSize kLargest = ioSize{4} << 20U;
-constexpr std::chrono::seconds kPatience(60);  // what takes longer hangs
+constexpr std::chrono::seconds kPatience(60);  // anything that takes longer hangs
 using Phase = std::size_t;                     // open, header, payload, idle
-// Four places hold a message, or two while they grow. A survivor takes as much once, after its first talk. From then on
-// its memory may grow by what lies between its blocks, some messages' worth, and what it uses by a little.
+// Four places hold a message, or two while they grow. After its first talk, a survivor allocates that much once. From
+// then on its peak may grow by the gaps between its blocks, a few messages' worth, and its heap in use by a little.
 constexpr ioSize kWarmUp = 8 * kLargest;
 using Memory = std::array<long, 3>;  // the peak in bytes, the heap in use in bytes, and the open descriptors
 constexpr Memory kMayGrow = {4 * static_cast<long>(kLargest), 16 << 10, 0};
-/// One side is killed again and again, the other one survives. In memory that they share with their supervisor.
+/// Two processes: one is killed repeatedly, the other one survives. In memory that they share with their supervisor.
 struct Pair
 {
     std::string toSurvivor;
@@ -53,10 +57,10 @@ struct Pair
     pid_t survivor = 0;
     pid_t mortal = 0;
     unsigned killed = 0;
-    std::atomic<Phase> phase = 0;       // of the mortal one
-    std::atomic<unsigned> turn = 0;     // the talk that may begin
+    std::atomic<Phase> phase = 0;       // of the mortal process
+    std::atomic<unsigned> turn = 0;     // the number of the talk that may begin
     std::atomic<bool> talking = false;  // the survivor has opened both pipes
-    std::atomic<unsigned> talks = 0;    // how many it has ended
+    std::atomic<unsigned> talks = 0;    // how many talks the survivor has ended
     std::atomic<bool> stop = false;
     std::atomic<std::uint64_t> messages = 0;
     std::atomic<std::uint64_t> bytes = 0;
@@ -64,7 +68,7 @@ struct Pair
     Memory end = {};
 };
 
-/// Goes before each message, as a message of its own: its number, its size and the 16 bytes of its digest.
+/// A separate message before each message: its number, its size and the 16 bytes of its digest.
 using Head = std::array<std::uint64_t, 4>;
 
 Head MakeHead(std::uint64_t number, const std::vector<uint8_t>& message)
@@ -88,14 +92,14 @@ Memory MeasureMemory()
     struct rusage usage = {};
     ::getrusage(RUSAGE_SELF, &usage);
     const auto heap = static_cast<long>(::mallinfo2().uordblks + ::mallinfo2().hblkhd);
-    // A sanitizer's allocator keeps what is freed, on purpose, and tells nothing here.
+    // A sanitizer's allocator keeps freed memory on purpose, so its figures mean nothing.
     return {heap != 0 ? usage.ru_maxrss * 1024 : 0,
             heap,
             std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {})};
 }
 
-/// A channel's two streams. Tells the reader what becomes of the channel, which itself does not say when its input has
-/// ended, and shows in which phase the output is.
+/// A channel's two streams. Notifies the reader when the input has ended, which the channel itself does not report, and
+/// shows in which phase the output is.
 class Streams : public DataInputOutputPipe, public IDataAvailableHandler
 {
 public:
@@ -111,7 +115,7 @@ public:
         count != size ? Note(m_ended) : void();
         return count;
     }
-    /// Dawdles, so that death finds it in the midst of each phase.
+    /// Pauses, so that a process can be killed in the middle of each phase.
     ioSize Write(const uint8_t* data, ioSize size) override
     {
         m_phase = std::exchange(m_header, !m_header) ? 1 : 2;
@@ -122,7 +126,7 @@ public:
         return all;
     }
     void OnDataAvailable(ioSize /*size*/) override { Note(m_arrived); }
-    /// Whether another message has come; of none that is incomplete.
+    /// Waits and returns whether another complete message has arrived.
     bool WaitForMessage()
     {
         std::unique_lock<std::mutex> lock(m_mutex);
@@ -145,7 +149,7 @@ private:
     bool m_ended = false;    // guarded by m_mutex
 };
 
-/// Sends messages of random sizes, small ones as often as large ones, until the other side is gone.
+/// Sends messages of random sizes, small ones as often as large ones, until the other side has gone.
 void SendMessages(IDataChannel& channel)
 {
     Random random(std::random_device{}());
@@ -174,26 +178,27 @@ void ReceiveMessages(IDataChannel& channel, Streams& streams, Pair& pair)
         if (streams.WaitForMessage())
         {
             message.resize(head[1]);
-            Require(channel.Read(message.data(), head[1]) == head[1], "a message has another length");
-            Require(MakeHead(number, message) == head, "a message is lost, has come twice or is damaged");
+            Require(channel.Read(message.data(), head[1]) == head[1], "a message has the wrong length");
+            Require(MakeHead(number, message) == head, "a message is lost, repeated or damaged");
             ++pair.messages;
             pair.bytes += head[1];
         }
     }
 }
 
-/// One talk, until the other side is gone. Both sides open the pipes in the same order.
+/// One talk, until the other side has gone. Both sides open the pipes in the same order.
 void Talk(Pair& pair, bool mortal)
 {
     SP<IByteDataInput> input = mortal ? DataInputPipe::Create(pair.toMortal, false) : nullptr;
     const SP<IByteDataOutput> output = DataOutputPipe::Create(mortal ? pair.toSurvivor : pair.toMortal, false);
     input = mortal ? input : DataInputPipe::Create(pair.toSurvivor, false);
     mortal ? void() : pair.talking.store(true);
-    std::atomic<Phase> nobodyLooks;
-    const SP<Streams> streams(new Streams(input, output, mortal ? pair.phase : nobodyLooks));
+    std::atomic<Phase> unused;
+    const SP<Streams> streams(new Streams(input, output, mortal ? pair.phase : unused));
     const SP<IDataChannel> channel = CommunicationChannel::Create(streams, streams, true);
     channel->SetDataAvailableHandler(streams.get());
-    channel->IsDataAvaliable() ? streams->OnDataAvailable(0) : void();  // one that came before there was a handler
+    channel->IsDataAvaliable() ? streams->OnDataAvailable(0)
+                               : void();  // for a message that arrived before the handler was set
     std::thread sender([&] { SendMessages(*channel); });
     ReceiveMessages(*channel, *streams, pair);
     sender.join();
@@ -219,12 +224,12 @@ void Talk(Pair& pair, bool mortal)
 pid_t Start(const std::function<void()>& body)
 {
     const pid_t process = ::fork();
-    Require(process >= 0, "no process");
+    Require(process >= 0, "cannot start a process");
     if (process == 0)
     {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         body();
-        Require(false, "a process has ended its talk that should not");
+        Require(false, "a process has ended its talk too early");
     }
     return process;
 }
@@ -244,7 +249,7 @@ void Replace(Pair& pair)
     pair.mortal = Start([&pair] { Talk(pair, true); });
 }
 
-/// Kills the mortal one, waits until the survivor has ended the talk and returns the phase in which death came.
+/// Kills the mortal process, waits until the survivor has ended the talk and returns the phase of the mortal one.
 Phase Kill(Pair& pair)
 {
     int status = 0;
@@ -252,7 +257,7 @@ Phase Kill(Pair& pair)
     ::waitpid(pair.mortal, &status, 0);
     Require(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL, "a process has ended by itself");
     const Phase phase = pair.phase;
-    // A survivor that still opens its pipes waits for whoever comes next, as it should: these let it through.
+    // A survivor that is still opening its pipes rightly waits for another process. These descriptors end the wait.
     const int first = ::open(pair.toMortal.c_str(), O_RDWR | O_NONBLOCK);
     const int second = ::open(pair.toSurvivor.c_str(), O_RDWR | O_NONBLOCK);
     Await(pair, "a survivor hangs in an open or has failed", [&] { return pair.talking || pair.talks > pair.killed; });
@@ -263,7 +268,7 @@ Phase Kill(Pair& pair)
     return phase;
 }
 
-/// Ends the survivor, which must have kept nothing.
+/// Ends the survivor, which must not have kept memory or descriptors.
 void Finish(Pair& pair)
 {
     Kill(pair);
@@ -279,19 +284,43 @@ void Finish(Pair& pair)
     }
 }
 
+/// How long to run: until `amount` processes have been killed, or for `amount` seconds.
+struct Extent
+{
+    bool countsDeaths;
+    unsigned long amount;
+};
+
+/// Exits after --help, and if the command line is wrong.
+Extent ReadCommandLine(int argc, char** argv)
+{
+    const std::string option = argc > 1 ? argv[1] : "60";
+    if (option == "-h" || option == "--help")
+    {
+        std::cout << kDescription << kUsage << kOptions;
+        std::exit(EXIT_SUCCESS);
+    }
+    const bool countsDeaths = argc == 3 && option == "--deaths";
+    const unsigned long amount = std::strtoul(countsDeaths ? argv[2] : option.c_str(), nullptr, 10);
+    if (amount == 0 || argc > (countsDeaths ? 3 : 2))
+    {
+        std::cerr << "kitio_soak: wrong arguments\n" << kUsage;
+        std::exit(2);
+    }
+    return {countsDeaths, amount};
+}
+
 }  // namespace
 
-int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape): that ends the program, as it should
+int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape): an exception ends the program, as intended
 {
-    // The allocator counts what it keeps at hand for a thread as used; without that, every byte tells.
+    // The allocator counts the blocks that it caches for a thread as used. Without the cache, every byte counts.
     if (std::getenv("GLIBC_TUNABLES") == nullptr && ::setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 0) == 0)
     {
         ::execv("/proc/self/exe", argv);
     }
     FLAGS_minloglevel = google::GLOG_FATAL;
-    const bool counts = argc == 3 && std::string(argv[1]) == "--deaths";
-    const unsigned long amount = argc > 1 ? std::strtoul(argv[argc - 1], nullptr, 10) : 60;
-    Require(amount != 0 && argc <= (counts ? 3 : 2), "usage: kitio_soak [seconds], kitio_soak --deaths <number>");
+    const auto [counts, amount] = ReadCommandLine(argc, argv);
     const TemporaryDirectory directory;
     constexpr int kAccess = PROT_READ | PROT_WRITE;
     auto& pairs = *static_cast<std::array<Pair, kPairs>*>(
@@ -312,7 +341,8 @@ int main(int argc, char** argv)  // NOLINT(bugprone-exception-escape): that ends
         ::usleep(counts ? 0 : random() * 8);
         const auto phase = random() % 4;
         Pair& pair = phase == 0 ? *latest : pairs[random() % kPairs];
-        for (int i = 0; i != 1000 && pair.phase != phase; ++i)  // it need not come: any moment will do
+        for (int i = 0; i != 1000 && pair.phase != phase;
+             ++i)  // the phase may never come: then any moment is good enough
         {
             ::usleep(50);
         }
