@@ -94,10 +94,12 @@ struct StubbornInput : DataInputString
     explicit StubbornInput(const std::string* source) : DataInputString(source) {}
     ioSize Read(uint8_t* /*data*/, ioSize /*size*/) override
     {
+        isReading = true;
         Await([this] { return mayReturn.load(); });
         return 0;
     }
     void Cancel() override { cancelled = true; }
+    std::atomic<bool> isReading = false;
     std::atomic<bool> mayReturn = false;
     std::atomic<bool> cancelled = false;
 };
@@ -118,6 +120,7 @@ TEST(ChannelFaults, WakesAReaderThatIsAboutToWaitWhenItIsDestroyed)
     std::future<ioSize> count = read.get_future();
     const boost::scoped_thread<boost::interrupt_and_join_if_joinable> reader(boost::thread(std::move(read)));
     Await([] { return arrived.load(); });
+    Await([&] { return input->isReading.load(); });  // or the background thread could end without waiting for the test
     std::future<void> destruction = std::async(std::launch::async, [&] { channel.reset(); });
     Await([&] { return input->cancelled.load(); });
     EXPECT_NE(destruction.wait_for(std::chrono::milliseconds(20)), std::future_status::ready);
