@@ -166,7 +166,7 @@ def print_table(rows, contenders):
 
 
 def refresh_page(path, rows, contenders):
-    """Replaces what is between the two marks in a Markdown page."""
+    """Replaces the text between the two marks in a Markdown page."""
     before, begin, rest = path.read_text().partition(MARKS[0])
     _, end, after = rest.partition(MARKS[1])
     if not end:

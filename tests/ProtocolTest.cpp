@@ -27,7 +27,7 @@ struct Protocol : Test
     static ioSize Move(IByteDataInputProtocol& protocol, ioSize size) { return protocol.Read(data, size); }
     static ioSize Move(IByteDataOutputProtocol& protocol, ioSize size) { return protocol.Write(data, size); }
 
-    // One request, the raw transfers that it takes, with what they answer, and its result.
+    // Makes one request and expects these raw transfers, with their results, and the request's own result.
     template <class P>
     void Expect(P& protocol, ioSize size, const std::vector<Transfer>& transfers, ioSize result)
     {

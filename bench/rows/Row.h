@@ -67,7 +67,7 @@ inline void Keep(std::uint64_t value)
     asm volatile("" : : "r"(value) : "memory");
 }
 
-/// Measures an action that returns a number which depends on what it did.
+/// Measures an action that returns a number that depends on its work.
 template <class Action>
 void Repeat(benchmark::State& state, Action action)
 {

@@ -19,7 +19,7 @@ namespace
 namespace fs = std::filesystem;
 
 constexpr int kFlags = O_WRONLY | O_CLOEXEC;
-constexpr mode_t kNewFile = 0666;  // less the umask, or what the directory's default access list allows
+constexpr mode_t kNewFile = 0666;  // reduced by the umask or by the directory's default access list
 constexpr mode_t kOwnersOnly = 0600;
 constexpr mode_t kPermissions = 0777;
 
