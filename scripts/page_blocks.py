@@ -54,6 +54,9 @@ def blocks_of(page):
         code = re.sub(rf"^{indent}", "", code, flags=re.MULTILINE)
         line = text.count("\n", 0, found.start()) + 1
         blocks.append(Block(page, line, kind or "", argument or "", language, code))
+        # Readers do not see the comment, so the paragraph before it names the file.
+        if kind == "file:" and f"`{argument}`" not in text[:found.start()].rstrip().rpartition("\n\n")[2]:
+            raise blocks[-1].error(f"the paragraph before this block does not name {argument}")
     if len(FENCE.findall(text)) != 2 * len(blocks):
         raise PageError(f"{page}: a block of code has no end, or is not between lines of ```")
     return blocks
