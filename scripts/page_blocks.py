@@ -11,6 +11,7 @@ sys.dont_write_bytecode = True  # the directory of the scripts stays as it is
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 BLOCK = re.compile(r"^(?: *<!-- (from|run by|run|file:|output)(?: (\S+))? -->\n)?( *)```(\S*)\n(.*?)^\3```$",
                    re.MULTILINE | re.DOTALL)
+COMMENT = re.compile(r"^ *<!-- (?!table: )", re.MULTILINE)
 FENCE = re.compile(r"^ *(```|~~~)", re.MULTILINE)
 
 
@@ -59,4 +60,6 @@ def blocks_of(page):
             raise blocks[-1].error(f"the paragraph before this block does not name {argument}")
     if len(FENCE.findall(text)) != 2 * len(blocks):
         raise PageError(f"{page}: a block of code has no end, or is not between lines of ```")
+    if len(COMMENT.findall(text)) != sum(block.kind != "" for block in blocks):
+        raise PageError(f"{page}: a comment is of no known kind, or is not right before a block of code")
     return blocks
