@@ -4,9 +4,6 @@ import dataclasses
 import difflib
 import pathlib
 import re
-import sys
-
-sys.dont_write_bytecode = True  # the directory of the scripts stays as it is
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 BLOCK = re.compile(r"^(?: *<!-- (from|run by|run|file:|output)(?: (\S+))? -->\n)?( *)```(\S*)\n(.*?)^\3```$",
