@@ -4,7 +4,7 @@ text=$(realpath -- "$2")
 # shellcheck source=examples/check_common.sh
 . "$(dirname -- "${BASH_SOURCE[0]}")/check_common.sh"
 
-rights() { stat -c '%a %u %g' -- "$1"; }
+permissions() { stat -c '%a %u %g' -- "$1"; }
 
 # fail_always <call> <command>...: runs a command in whose programs this call fails, see Faults/FailCalls.cpp.
 fail_always() {
@@ -20,20 +20,20 @@ make_files() {
     local mode
     for mode in 022 077 002 027; do
         (umask "$mode" && pack new && : >pattern)
-        [ "$(rights new)" = "$(rights pattern)" ]
+        [ "$(permissions new)" = "$(permissions pattern)" ]
         rm new pattern
     done
     for mode in 4755 2711 1640 600 666; do
         echo before >old
         chmod "$mode" old
         pack old
-        [ "$(rights old)" = "$((mode % 1000)) $(id -u) $(id -g)" ]
+        [ "$(permissions old)" = "$((mode % 1000)) $(id -u) $(id -g)" ]
     done
     if [ "$1" = yes ]; then
         chown 12345:23456 old
         chmod 4750 old
         pack old
-        [ "$(rights old)" = '750 12345 23456' ]
+        [ "$(permissions old)" = '750 12345 23456' ]
         rm old
     fi
 }
@@ -54,7 +54,7 @@ make_files "$may_give"
 fail_always nameless make_files "$may_give"
 fail_always close refuse_close
 
-# If the user may not give files away, the group gets no more rights than all others.
+# If the user may not give files away, the group gets no more permissions than all others.
 if [ "$may_give" = yes ] && command -v setpriv >/dev/null &&
     setpriv --reuid=65534 --regid=65534 --clear-groups test -x "$bin/bit_pack"; then
     chmod 755 .
@@ -64,7 +64,7 @@ if [ "$may_give" = yes ] && command -v setpriv >/dev/null &&
         echo before >shared/old
         chmod "$before" shared/old
         setpriv --reuid=65534 --regid=65534 --clear-groups "$bin/bit_pack" pack shared/source shared/old >stdout
-        [ "$(rights shared/old)" = "$after 65534 65534" ]
+        [ "$(permissions shared/old)" = "$after 65534 65534" ]
         rm shared/old
     done <<'END'
 666 666

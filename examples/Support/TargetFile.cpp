@@ -41,7 +41,7 @@ std::string DescriptorPath(int descriptor)
     return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
-/// Returns the mode with the same rights for the owning group as for all others: those that both have.
+/// Returns the mode with the same permissions for the owning group as for all others: those that both have.
 mode_t WithoutGroup(mode_t mode)
 {
     const mode_t common = (mode >> 3U) & mode & 07U;
@@ -141,7 +141,7 @@ void TargetFile::Keep()
 mode_t TargetFile::TakeOverOwner() const
 {
     const mode_t mode = m_replaced.st_mode & kPermissions;
-    // If there is an access list, the group bits of the mode are that list's mask and not the group's rights.
+    // If there is an access list, the group bits of the mode are that list's mask and not the group's permissions.
     const bool hasList = ::getxattr(m_name.c_str(), "system.posix_acl_access", nullptr, 0) > 0;
     const bool hasGroup = ::fchown(m_descriptor, m_replaced.st_uid, m_replaced.st_gid) == 0 ||
                           ::fchown(m_descriptor, static_cast<uid_t>(-1), m_replaced.st_gid) == 0;

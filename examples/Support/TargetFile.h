@@ -14,8 +14,8 @@ namespace Examples
 /// it need not exist.
 ///
 /// The new file gets the permissions of the replaced one, but no set-ID bits, and its owner and group if the process
-/// may set them. If it may not set the group, or the replaced file has an access list, the group gets no more rights
-/// than all others. Access lists and extended attributes are not copied.
+/// may set them. If it may not set the group, or the replaced file has an access list, the group gets no more
+/// permissions than all others. Access lists and extended attributes are not copied.
 ///
 /// Until it is complete the file has no name, so nothing is left of it when the process is killed. Only between two
 /// steps of Keep does it have a name that ends in ".part": the system can name a file, or rename a file over another
