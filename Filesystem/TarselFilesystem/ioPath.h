@@ -45,7 +45,7 @@ public:
 
     /// Creates `directory` with every missing ancestor.
     ///
-    /// Returns true if the directory exists afterwards, also if it existed before, and false if it could not be
+    /// Returns true if the directory exists afterwards, even if it existed before, and false if it could not be
     /// created. Does not throw for failures of the file system.
     static bool create_directories(const ioPath& directory);
 

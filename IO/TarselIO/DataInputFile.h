@@ -46,7 +46,7 @@ public:
     /// Returns less than `size` at the end of the file and after a read error. To distinguish the two, set `errno` to 0
     /// before the call: after a short count it is the read error, or still 0 at the end of the file.
     ///
-    /// The end is remembered: once a Read has reached it, glibc returns 0 also when the file has grown since. Call
+    /// The end is remembered: once a Read has reached it, glibc returns 0 even when the file has grown since. Call
     /// `SetPosition(GetPosition())` to make the next Read look again.
     ioSize Read(uint8_t* data, ioSize size) override;
 

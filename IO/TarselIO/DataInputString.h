@@ -29,7 +29,7 @@ public:
 
     // IByteDataInput
 
-    /// Returns the smaller of `size` and what remains; 0 at the end, also if the string was cut below the position.
+    /// Returns the smaller of `size` and what remains; 0 at the end, and if the string was cut below the position.
     /// Never throws.
     ioSize Read(uint8_t* data, ioSize size) override;
 

@@ -15,7 +15,7 @@ protected:
 
 public:
     /// Reads `size` bytes into `data` in pieces of at most GetMaxReadSizeAtTime(). `done` receives how many bytes
-    /// arrived, also after a failure; it may be null.
+    /// arrived, even after a failure; it may be null.
     ///
     /// Returns:
     /// - `true` if all `size` bytes have arrived;

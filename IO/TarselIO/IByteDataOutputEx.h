@@ -15,7 +15,7 @@ protected:
 
 public:
     /// Writes `size` bytes from `data` in pieces of at most GetMaxWriteSizeAtTime(). `done` receives how many bytes
-    /// were written, also after a failure; it may be null.
+    /// were written, even after a failure; it may be null.
     ///
     /// Returns:
     /// - `true` if all `size` bytes have been written;

@@ -124,7 +124,7 @@ private:
     /// Returns whether a whole frame has arrived.
     bool FetchFrame()
     {
-        // Unless a frame arrives, the stream has ended, also if this function throws.
+        // Unless a frame arrives, the stream has ended, even if this function throws.
         if (std::exchange(m_ended, true))
         {
             return false;
