@@ -2,7 +2,8 @@
 """Looks at the finished site in a browser: takes screenshots of five pages, on a desk and on a phone, light and dark.
 
 Fails if a page is wider than its window, if the text on the phone is narrower than 340 pixels, if a button of the page
-has no effect, or if the search does not find a heading. Talks to Chromium by the DevTools protocol, over two pipes.
+or the link at a heading is missing or has no effect, or if the search does not find a heading. Talks to Chromium by the
+DevTools protocol, over two pipes.
 """
 
 import base64
@@ -44,6 +45,13 @@ PRESS_CONTENTS = """(() => {
     document.getElementById('nav-button').click();
     return before <= 0 && width() > 200;
 })()"""
+COPIED = """[...document.querySelectorAll('doxygen-awesome-fragment-copy-button')].map((button) => {
+    let copied;
+    navigator.clipboard.writeText = (text) => { copied = text; };
+    button.click();
+    return copied;
+})"""
+LINKED = "[...document.querySelectorAll('h1 > a.anchorlink')].map((link) => link.hash)"
 FIND = "new Promise((done) => withIndex(() => done(findEntries('full disk').map((entry) => entry[1]))))"
 
 
@@ -142,6 +150,10 @@ def try_controls(browser):
     browser.evaluate(PRESS_MODE)  # the browser remembers it
     if not browser.evaluate(PRESS_CONTENTS):
         yield "the button for the contents does not show them"
+    if "kitio/scripts/bootstrap\ncmake -B build -G Ninja" not in "\n\n".join(browser.evaluate(COPIED)):
+        yield "a button at a block of code does not copy it"
+    if "#start-quick-start" not in browser.evaluate(LINKED):
+        yield "a heading has no link to itself"
     if not any("md_docs_files.html#" in url for url in browser.evaluate(FIND)):
         yield "the search does not find the heading of a page"
 
