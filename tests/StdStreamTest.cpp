@@ -321,12 +321,33 @@ TEST(OutputStreambuf, WritesAgainAfterAFailure)
     }
     EXPECT_EQ(target->bytes, "one two.4our or more") << "the stream had written these bytes, but returned 0";
 
-    target->failing = {static_cast<unsigned>(target->writes.size())};
+    const auto next = static_cast<unsigned>(target->writes.size());
+    target->failing = {next, next + 1, next + 2};
     OutputStreambuf buffer(target);
     std::ostream text(&buffer);
     text << "abc";
     EXPECT_TRUE(text.seekp(0).fail());
+    EXPECT_FALSE(text.bad());
     EXPECT_THROW(std::rethrow_exception(buffer.Failure()), std::runtime_error);
+    text.clear();
+    text.exceptions(ios::badbit | ios::failbit);
+    EXPECT_THROW(text.seekp(0), ios::failure);
+    text.clear();
+    EXPECT_THROW(text.flush(), ios::failure);
+    EXPECT_TRUE(text.bad());
+}
+
+TEST(DataOutputOstream, AppendsToAnExistingFile)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.File("log", "one ");
+    {
+        std::fstream file(path, ios::in | ios::out);
+        const SP<IDataOutput> output = DataOutputOstream::Create(&file);
+        output->SetPosition(output->GetSize());
+        output->Write(Data(5), 5);
+    }
+    EXPECT_EQ((std::ostringstream() << std::ifstream(path).rdbuf()).str(), "one first");
 }
 
 TEST(OutputStreambuf, WritesAtItsOldPositionAfterASeekThatFailedHalfway)

@@ -26,7 +26,8 @@ public:
     ///
     /// Throws if the file cannot be opened or cannot seek.
     ///
-    /// Blocks if `path` is a named pipe (FIFO), until the FIFO has a reader. It then throws, because a FIFO cannot seek.
+    /// Blocks if `path` is a named pipe (FIFO), until the FIFO has a reader. It then throws, because a FIFO cannot
+    /// seek.
     static SP<IDataOutput> Create(const ioPath& path);
 
     /// Use Create instead.
