@@ -16,20 +16,35 @@ import sys
 
 import pygments
 import pygments.lexers
-from pygments.token import Comment, Keyword, Literal, Name, String
+from pygments.token import Comment, Keyword, Literal, Name, Operator, Punctuation, String, Text
 
 import pages
 
 # Kinds of words as Pygments and as Doxygen's style sheet call them.
 COLOURS = ((Comment, "comment"), (String, "stringliteral"), (Literal.Number, "vhdllogic"), (Keyword, "keyword"),
-           (Name.Builtin, "keywordflow"), (Name.Variable, "preprocessor"))
+           (Name.Builtin, "keywordflow"), (Name.Variable, "preprocessor"), (Name.Attribute, "keywordtype"))
 LANGUAGES = ("sh", "cmake", "python")
+
+
+def with_commands(tokens):
+    """Pygments leaves the programs that a script calls, and their options, without a kind."""
+    at_start = True
+    for kind, text in tokens:
+        word = text.strip()
+        if kind in Text and word:
+            kind = Name.Builtin if at_start else Name.Attribute if word.startswith("-") else kind
+        if word:
+            at_start = kind in Comment or (kind in Operator or kind in Punctuation) and word[-1] in "|&;("
+        elif "\n" in text:
+            at_start = True
+        yield kind, text
 
 
 def coloured(code, language):
     """The code as Doxygen writes it: a line is an element of its own, so no word may span two of them."""
     lines = [[]]
-    for kind, text in pygments.lexers.get_lexer_by_name(language).get_tokens(code):
+    tokens = pygments.lexers.get_lexer_by_name(language).get_tokens(code)
+    for kind, text in with_commands(tokens) if language == "sh" else tokens:
         style = next((name for token, name in COLOURS if kind in token), None)
         for number, part in enumerate(text.split("\n")):
             if number > 0:
