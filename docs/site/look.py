@@ -29,13 +29,17 @@ WIDTHS = {"desk": 1280, "phone": 420}
 NARROWEST_TEXT = 340
 TIMEOUT = 300  # seconds, for all of it
 
-# What is asked of each page. The text is the widest paragraph; on a page without one, a line of code or a description.
+# What is measured in each page. The text is the narrowest of the column and its paragraphs. The point at the left, half
+# way down, has to belong to the page and not to something that covers it.
 MEASURE = """({
     mode: document.documentElement.classList.contains('dark-mode') ? 'dark' : 'light',
     window: innerWidth,
     page: Math.max(document.documentElement.scrollWidth, document.body.scrollWidth),
-    text: Math.max(...[...document.querySelectorAll('.contents p, .contents .fragment, .contents .memdoc')]
-        .map((element) => element.getBoundingClientRect().width)),
+    text: Math.min(...[...document.querySelectorAll('.contents, .contents > p, .textblock > p')].map((element) => {
+        const style = getComputedStyle(element);
+        return element.clientWidth - parseFloat(style.paddingLeft) - parseFloat(style.paddingRight);
+    })),
+    covered: !document.getElementById('doc-content').contains(document.elementFromPoint(24, innerHeight / 2)),
 })"""
 PRESS_MODE = "document.getElementById('mode-button').click(); document.documentElement.className"
 PRESS_CONTENTS = """(() => {
@@ -125,6 +129,8 @@ def faults_of(shape, width, mode):
         yield f"it is {shape['page']} pixels wide, in a window of {shape['window']}"
     if width == WIDTHS["phone"] and shape["text"] < NARROWEST_TEXT:
         yield f"its text is {shape['text']} pixels wide"
+    if width == WIDTHS["phone"] and shape["covered"]:
+        yield "something covers its text"
 
 
 def look(browser):
