@@ -56,6 +56,19 @@ COPIED = """[...document.querySelectorAll('doxygen-awesome-fragment-copy-button'
     return copied;
 })"""
 LINKED = "[...document.querySelectorAll('h1 > a.anchorlink')].map((link) => link.hash)"
+# The tree comes after the page, so this waits for its links.
+LISTED_PAGES = """new Promise((done) => {
+    const deadline = Date.now() + 10000;
+    const look = () => {
+        const links = document.querySelectorAll('#nav-tree .label a[class^="md_"]');
+        if (links.length > 0 || Date.now() > deadline) {
+            done([...links].map((link) => link.getAttribute('href')));
+        } else {
+            setTimeout(look, 20);
+        }
+    };
+    look();
+})"""
 FIND = "new Promise((done) => withIndex(() => done(findEntries('full disk').map((entry) => entry[1]))))"
 
 
@@ -160,6 +173,9 @@ def try_controls(browser):
         yield "a button at a block of code does not copy it"
     if "#start-quick-start" not in browser.evaluate(LINKED):
         yield "a heading has no link to itself"
+    listed = browser.evaluate(LISTED_PAGES)
+    yield from (f"the tree of contents does not show {page.name}"
+                for _, group in pages.groups() for page in group if pages.page_file(page) not in listed)
     if not any("md_docs_files.html#" in url for url in browser.evaluate(FIND)):
         yield "the search does not find the heading of a page"
 

@@ -36,6 +36,24 @@ function initContentsButton() {
     });
 }
 
+// The tree shows the pages of each group from the start; only the last group, which has all names, stays closed. Doxygen
+// builds the tree after the page has loaded.
+function openGroups() {
+    const tree = document.getElementById('nav-tree-contents');
+    const watch = new MutationObserver(() => {
+        const groups = [...tree.querySelectorAll('.label a[class^="usergroup"]')].slice(0, -1);
+        if (groups.length > 0) {
+            watch.disconnect();
+        }
+        for (const arrow of groups.map((label) => label.closest('.item').querySelector('.arrow'))) {
+            if (arrow.textContent === '\u25ba') {
+                arrow.click();
+            }
+        }
+    });
+    watch.observe(tree, {childList: true, subtree: true});
+}
+
 // A wide table scrolls by itself, so that it does not widen the page.
 function wrapTables() {
     for (const table of document.querySelectorAll('.contents table.doxtable, .contents table.markdownTable')) {
@@ -143,6 +161,7 @@ function initSearch() {
 document.addEventListener('DOMContentLoaded', () => {
     initModeButton();
     initContentsButton();
+    openGroups();
     initSearch();
     wrapTables();
 });
