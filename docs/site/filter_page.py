@@ -69,7 +69,8 @@ def picture(match):
     return raw(f'<div class="picture">{"".join(images)}</div>')
 
 
-PICTURE = re.compile(r'<picture>\s*<source[^>]*srcset="([^"]+)"[^>]*>\s*<img src="([^"]+)" alt="([^"]*)"[^>]*>\s*</picture>')
+PICTURE = re.compile(r'<picture>\s*<source[^>]*srcset="([^"]+)"[^>]*>\s*'
+                     r'<img src="([^"]+)" alt="([^"]*)"[^>]*>\s*</picture>')
 
 
 class PageFilter:

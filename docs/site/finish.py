@@ -2,12 +2,14 @@
 """Finishes the site that Doxygen has written: lists without repetitions, diagrams that follow the mode, examples with
 links at each name of a class, and the index of the search."""
 
+import html
 import json
 import re
 import xml.etree.ElementTree as xml
 
 import pages
 
+HEADING = re.compile(r'<h[1-6]><a class="anchor" id="([^"]+)"></a>\s*(.*?)</h[1-6]>')
 MEMBER = re.compile(r'^<tr class="memitem:([^ "]*)">')
 DIAGRAM = re.compile(r'<iframe[^>]*src="([^"]+\.svg)"[^>]*>.*?</iframe>', re.DOTALL)
 
@@ -62,9 +64,9 @@ def entries_of_pages():
     for page in [pages.START, *listed]:
         title, file = pages.title_of(page), pages.page_file(page)
         yield title, file, "Page"
-        headings = re.findall(r'<h[1-6]><a class="anchor" id="([^"]+)"></a>\s*(.*?)</h[1-6]>', (pages.HTML / file).read_text())
+        headings = HEADING.findall((pages.HTML / file).read_text())
         for label, text in headings:
-            yield re.sub(r"<[^>]+>", "", text).replace("&lt;", "<").replace("&gt;", ">").replace("&amp;", "&"), f"{file}#{label}", title
+            yield html.unescape(re.sub(r"<[^>]+>", "", text)), f"{file}#{label}", title
     for name in pages.examples():
         yield name, pages.example_file(name), "Example"
 

@@ -120,7 +120,8 @@ class Browser:
         return answer["result"].get("value")
 
     def show(self, file, width, mode):
-        self.call("Emulation.setDeviceMetricsOverride", width=width, height=900, deviceScaleFactor=1, mobile=width < 768)
+        self.call("Emulation.setDeviceMetricsOverride", width=width, height=900, deviceScaleFactor=1,
+                  mobile=width < 768)
         self.call("Emulation.setEmulatedMedia", features=[{"name": "prefers-color-scheme", "value": mode}])
         self.call("Page.navigate", url=(pages.HTML / file).as_uri())
         self.wait_for(lambda message: message.get("method") == "Page.loadEventFired")

@@ -27,7 +27,8 @@ def examples():
     for name in pages.examples():
         shared = " It is shared by several of the examples." if "/" in name else ""
         yield (f"/** \\example {name}\n\\details "
-               f'The page <a href="md_docs_examples.html">Examples</a> describes what it shows and how to build it.{shared} */')
+               f'The page <a href="md_docs_examples.html">Examples</a> describes what it shows and how to build it.'
+               f"{shared} */")
 
 
 def main():
