@@ -1,10 +1,13 @@
 #!/usr/bin/env python3
-"""Draws the picture of the parts of KitIO: overview.svg and overview-dark.svg, beside this file.
+"""Draws the picture of the parts of KitIO: overview.svg and overview-dark.svg, beside this file or in a directory.
+
+Usage: docs/images/overview.py [DIRECTORY]
 
 The picture is 600 units wide with letters of at least 15, so that it can be read on a phone.
 """
 
 import pathlib
+import sys
 
 WIDTH, HEIGHT = 600, 772
 SANS = "system-ui, -apple-system, 'Segoe UI', 'Noto Sans', Helvetica, Arial, sans-serif"
@@ -124,7 +127,7 @@ text {{ font: 16px {SANS}; fill: {colours["text"]}; text-anchor: middle }}
 
 
 def main():
-    directory = pathlib.Path(__file__).resolve().parent
+    directory = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else pathlib.Path(__file__).resolve().parent
     (directory / "overview.svg").write_text(picture(LIGHT))
     (directory / "overview-dark.svg").write_text(picture(DARK))
 
